@@ -1,0 +1,163 @@
+#include "fsocket.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+// A connected pair over loopback: a listener, a client and the accepted end.
+struct LoopbackPair
+{
+    FSocket listener;
+    std::unique_ptr<FSocket> client;
+    std::unique_ptr<FSocket> server;
+
+    LoopbackPair()
+    {
+        listener.setAddressReusable(true);
+        EXPECT_TRUE(listener.bind(FHostAddress(0x7F000001), 0));
+        EXPECT_TRUE(listener.listen(5));
+        client = std::make_unique<FSocket>();
+        EXPECT_TRUE(client->connectToHost(QStringLiteral("127.0.0.1"), listener.localPort()));
+        server = std::make_unique<FSocket>(listener.accept());
+    }
+};
+
+} // namespace
+
+TEST(FHostAddress, PrintsMostSignificantByteFirstAndResolvesLocalhost)
+{
+    EXPECT_EQ(FHostAddress(2130706433).toString(), QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(FHostAddress(0xC0A80001).toString(), QStringLiteral("192.168.0.1"));
+    FHostAddress a;
+    ASSERT_TRUE(FHostAddress::getHostByName(QStringLiteral("localhost"), &a));
+    EXPECT_EQ(a.ip4Addr() >> 24, 127u);
+    EXPECT_FALSE(FHostAddress::getHostByName(QStringLiteral("no-such-host.invalid"), &a));
+}
+
+TEST(FSocket, ConnectErrorsSetTheirConditions)
+{
+    FSocket unresolved;
+    EXPECT_FALSE(unresolved.connectToHost(QStringLiteral("no-such-host.invalid"), 1));
+    EXPECT_EQ(unresolved.error(), FSocket::HostNotFound);
+
+    // A port that was bound a moment ago and released is refused.
+    quint16 freePort = 0;
+    {
+        FSocket probe;
+        ASSERT_TRUE(probe.bind(FHostAddress(0x7F000001), 0));
+        freePort = probe.localPort();
+    }
+    FSocket refused;
+    EXPECT_FALSE(refused.connectToHost(QStringLiteral("127.0.0.1"), freePort));
+    EXPECT_EQ(refused.error(), FSocket::ConnectionRefused);
+    EXPECT_STRNE(refused.errorString(), "Unknown Error");
+
+    FSocket fresh;
+    EXPECT_STREQ(fresh.errorString(), "Unknown Error");
+}
+
+TEST(FSocket, BindTwiceReportsAddressInUse)
+{
+    FSocket first;
+    ASSERT_TRUE(first.bind(FHostAddress(0x7F000001), 0));
+    ASSERT_TRUE(first.listen(1));
+    FSocket second;
+    EXPECT_FALSE(second.bind(FHostAddress(0x7F000001), first.localPort()));
+    EXPECT_EQ(second.error(), FSocket::AlreadyBound);
+}
+
+TEST(FSocket, TransfersDataAndSeesPeerClose)
+{
+    LoopbackPair p;
+    ASSERT_TRUE(p.server->isOpen());
+    EXPECT_EQ(p.client->peerPort(), p.listener.localPort());
+    EXPECT_EQ(p.server->peerPort(), p.client->localPort());
+
+    ASSERT_EQ(p.client->writeBlock("hello", 5), 5);
+    bool timedOut = true;
+    EXPECT_EQ(p.server->waitForMore(2000, &timedOut), 5);
+    EXPECT_FALSE(timedOut);
+    char buf[16] = {};
+    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), 5);
+    EXPECT_STREQ(buf, "hello");
+
+    // Nothing to read: the wait times out.
+    EXPECT_EQ(p.server->waitForMore(20, &timedOut), 0);
+    EXPECT_TRUE(timedOut);
+
+    // A closed peer reads as readable with 0 bytes, not as a timeout.
+    p.client->close();
+    p.client->close(); // twice is harmless
+    EXPECT_EQ(p.server->waitForMore(2000, &timedOut), 0);
+    EXPECT_FALSE(timedOut);
+    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), 0);
+    EXPECT_FALSE(p.server->isOpen());
+    EXPECT_EQ(p.server->peerPort(), 0);
+    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), -1);
+    EXPECT_EQ(p.server->waitForMore(10), -1);
+    EXPECT_EQ(p.server->bytesAvailable(), -1);
+}
+
+TEST(FSocket, NonBlockingWriteIntoFullBufferReturnsZero)
+{
+    LoopbackPair p;
+    p.client->setSendBufferSize(4096);
+    p.client->setBlocking(false);
+    EXPECT_FALSE(p.client->isBlocking());
+    std::vector<char> chunk(65536, 'x');
+    int total = 0;
+    int r = 1;
+    for (int i = 0; i < 10000 && r > 0; ++i) {
+        r = p.client->writeBlock(chunk.data(), int(chunk.size()));
+        total += r > 0 ? r : 0;
+    }
+    EXPECT_EQ(r, 0);
+    EXPECT_EQ(p.client->error(), FSocket::NoError);
+    EXPECT_GT(total, 0);
+}
+
+TEST(FSocket, ResetConnectionClosesOnRead)
+{
+    LoopbackPair p;
+    p.client->writeBlock("x", 1);
+    // Closing with unread data makes the kernel send a reset to the peer.
+    char buf[4];
+    ASSERT_EQ(p.server->waitForMore(2000), 1);
+    p.server->writeBlock("abc", 3);
+    ASSERT_EQ(p.client->waitForMore(2000), 3);
+    p.client.reset(); // closes with 3 unread bytes -> RST
+    p.server->waitForMore(2000);
+    int r = p.server->readBlock(buf, 1); // the "x"
+    EXPECT_EQ(r, 1);
+    r = p.server->readBlock(buf, sizeof buf);
+    EXPECT_EQ(r, 0);
+    EXPECT_FALSE(p.server->isOpen());
+}
+
+TEST(FSocket, WaitForDisconnectedSeesPeerGoAndTimesOutOtherwise)
+{
+    LoopbackPair p;
+    EXPECT_FALSE(p.server->waitForDisconnected(50));
+    p.client->writeBlock("leftover", 8);
+    p.client->shutdown();
+    EXPECT_TRUE(p.server->waitForDisconnected(2000));
+    EXPECT_FALSE(p.server->isOpen());
+}
+
+TEST(FSocket, InvalidSocketRefusesEverything)
+{
+    FSocket s(-1);
+    char buf[4];
+    EXPECT_FALSE(s.isValid());
+    EXPECT_EQ(s.readBlock(buf, 4), -1);
+    EXPECT_EQ(s.writeBlock(buf, 4), -1);
+    EXPECT_EQ(s.bytesAvailable(), -1);
+    EXPECT_EQ(s.waitForMore(10), -1);
+    EXPECT_FALSE(s.connectToHost(QStringLiteral("127.0.0.1"), 1));
+    EXPECT_EQ(s.accept(), -1);
+    EXPECT_EQ(s.sendBufferSize(), -1);
+    s.close();
+}
