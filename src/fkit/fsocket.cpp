@@ -477,7 +477,7 @@ int FSocket::sendBufferSize() const
 {
     int value = 0;
     if (m_fd == -1 || !FSocketPlatform::getIntOption(m_fd, FSocketPlatform::solSocket(),
-                                                    FSocketPlatform::soSendBuffer(), &value))
+                                                     FSocketPlatform::soSendBuffer(), &value))
         return -1;
     return value;
 }
@@ -492,7 +492,7 @@ int FSocket::receiveBufferSize() const
 {
     int value = 0;
     if (m_fd == -1 || !FSocketPlatform::getIntOption(m_fd, FSocketPlatform::solSocket(),
-                                                    FSocketPlatform::soReceiveBuffer(), &value))
+                                                     FSocketPlatform::soReceiveBuffer(), &value))
         return -1;
     return value;
 }
@@ -521,6 +521,7 @@ bool FSocket::setTcpNoDelay(bool on)
 
 bool FSocket::setAddressReusable(bool on)
 {
-    return m_fd != -1 && FSocketPlatform::setIntOption(m_fd, FSocketPlatform::solSocket(),
-                                                       FSocketPlatform::soReuseAddress(), on ? 1 : 0);
+    return m_fd != -1 &&
+           FSocketPlatform::setIntOption(m_fd, FSocketPlatform::solSocket(),
+                                         FSocketPlatform::soReuseAddress(), on ? 1 : 0);
 }

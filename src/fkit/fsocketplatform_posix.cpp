@@ -238,12 +238,30 @@ bool setIntOption(int fd, int level, int option, int value)
     return ::setsockopt(fd, level, option, &value, sizeof value) == 0;
 }
 
-int solSocket() { return SOL_SOCKET; }
-int soSendBuffer() { return SO_SNDBUF; }
-int soReceiveBuffer() { return SO_RCVBUF; }
-int soReuseAddress() { return SO_REUSEADDR; }
-int ipprotoTcp() { return IPPROTO_TCP; }
-int tcpNoDelay() { return TCP_NODELAY; }
+int solSocket()
+{
+    return SOL_SOCKET;
+}
+int soSendBuffer()
+{
+    return SO_SNDBUF;
+}
+int soReceiveBuffer()
+{
+    return SO_RCVBUF;
+}
+int soReuseAddress()
+{
+    return SO_REUSEADDR;
+}
+int ipprotoTcp()
+{
+    return IPPROTO_TCP;
+}
+int tcpNoDelay()
+{
+    return TCP_NODELAY;
+}
 
 bool setTimeoutOption(int fd, bool send, int ms)
 {

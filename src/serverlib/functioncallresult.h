@@ -7,8 +7,7 @@
 namespace Tolvex {
 
 // A value and an error text; an empty error means success.
-template <typename T>
-struct FunctionCallResult
+template <typename T> struct FunctionCallResult
 {
     FunctionCallResult() = default;
     FunctionCallResult(T v) : value(std::move(v)) {}
@@ -23,8 +22,7 @@ struct FunctionCallResult
     QString error;
 };
 
-template <>
-struct FunctionCallResult<void>
+template <> struct FunctionCallResult<void>
 {
     FunctionCallResult() = default;
     explicit FunctionCallResult(QString e) : error(std::move(e)) {}
@@ -39,8 +37,7 @@ struct FunctionCallResult<void>
 
 // One-shot receiver of a result. A listener hears exactly one result, unless
 // the call it waits for is cancelled, in which case it hears none.
-template <typename T>
-class ResponseListener
+template <typename T> class ResponseListener
 {
 public:
     virtual ~ResponseListener() = default;

@@ -5,6 +5,7 @@
 
 #include <QDataStream>
 #include <QIODevice>
+#include <QPointer>
 #include <QTimerEvent>
 
 namespace Tolvex {
@@ -28,8 +29,7 @@ QByteArray pingFrame()
 IPCHandshake::IPCHandshake(const ClientData &data, AsyncMessageChannel *channel, int timeoutMs,
                            QObject *parent)
     : QObject(parent), m_data(data), m_channel(channel), m_timeoutMs(timeoutMs)
-{
-}
+{}
 
 IPCHandshake::~IPCHandshake() = default;
 
@@ -87,15 +87,15 @@ FunctionCallResult<ClientData> IPCHandshake::processHanshake(const QByteArray &m
     qint32 peerMinimum = 0;
     in >> peerVersion >> peerMinimum;
     if (quint32(peerVersion) < MinimumVersion)
-        return Result::failure(QStringLiteral("Incompatible protocol versions. Remote side is "
-                                              "version %1 but we need at least %2")
-                                   .arg(versionString(quint32(peerVersion)),
-                                        versionString(MinimumVersion)));
+        return Result::failure(
+            QStringLiteral("Incompatible protocol versions. Remote side is "
+                           "version %1 but we need at least %2")
+                .arg(versionString(quint32(peerVersion)), versionString(MinimumVersion)));
     if (!(quint32(peerMinimum) < OwnVersion + 1))
-        return Result::failure(QStringLiteral("Incompatible protocol versions. We are version "
-                                              "%1 but remote side expects at least %2")
-                                   .arg(versionString(OwnVersion),
-                                        versionString(quint32(peerMinimum))));
+        return Result::failure(
+            QStringLiteral("Incompatible protocol versions. We are version "
+                           "%1 but remote side expects at least %2")
+                .arg(versionString(OwnVersion), versionString(quint32(peerMinimum))));
 
     qint32 errorFlag = 0;
     in >> errorFlag;
@@ -124,16 +124,15 @@ FunctionCallResult<ClientData> IPCHandshake::synchronous(const ClientData &data,
 
 void IPCHandshake::start()
 {
-    if (!sendHandshake(m_channel, m_data)) {
+    // Listen before sending: on an in-process channel the answer arrives
+    // inside the send itself.
+    QPointer<IPCHandshake> guard(this);
+    connect(m_channel, &AsyncMessageChannel::messageArrived, this, &IPCHandshake::onMessageArrived);
+    connect(m_channel, &AsyncMessageChannel::channelClosed, this, &IPCHandshake::onChannelClosed);
+    m_timerId = startTimer(m_timeoutMs, Qt::CoarseTimer);
+    if (!sendHandshake(m_channel, m_data) && guard)
         done(FunctionCallResult<ClientData>::failure(
             QStringLiteral("Connection closed when sending handshake")));
-        return;
-    }
-    connect(m_channel, &AsyncMessageChannel::messageArrived, this,
-            &IPCHandshake::onMessageArrived);
-    connect(m_channel, &AsyncMessageChannel::channelClosed, this,
-            &IPCHandshake::onChannelClosed);
-    m_timerId = startTimer(m_timeoutMs, Qt::CoarseTimer);
 }
 
 void IPCHandshake::startDelayed(int ms)

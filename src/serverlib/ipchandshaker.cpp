@@ -9,15 +9,13 @@ namespace Tolvex {
 
 IPCHandshaker::IPCHandshaker(QObject *parent, int timeoutMs)
     : QObject(parent), m_timeoutMs(timeoutMs)
-{
-}
+{}
 
 IPCHandshaker::~IPCHandshaker() = default;
 
 void IPCHandshaker::addChannel(AsyncMessageChannel *channel)
 {
-    connect(channel, &AsyncMessageChannel::messageArrived, this,
-            &IPCHandshaker::onMessageArrived);
+    connect(channel, &AsyncMessageChannel::messageArrived, this, &IPCHandshaker::onMessageArrived);
     connect(channel, &AsyncMessageChannel::channelClosed, this, &IPCHandshaker::onChannelClosed);
     // A channel deleted by somebody else must not leave a stale entry behind.
     connect(channel, &QObject::destroyed, this,

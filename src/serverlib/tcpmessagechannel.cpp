@@ -55,8 +55,7 @@ TCPMessageChannel::~TCPMessageChannel()
     delete m_sock;
 }
 
-FunctionCallResult<MessageChannel *> TCPMessageChannel::connectTo(const QString &host,
-                                                                  quint16 port)
+FunctionCallResult<MessageChannel *> TCPMessageChannel::connectTo(const QString &host, quint16 port)
 {
     auto *sock = new FSocket;
     if (sock->connectToHost(host, port))
@@ -204,8 +203,16 @@ bool TCPMessageChannel::dispatchMessages()
             closeOnEnd();
             return false;
         }
-        if (available == 0)
+        if (available == 0) {
+            // Readable with nothing to read is the peer's end of stream. Without
+            // this look the notifier's wake-up for a closed peer would be lost.
+            bool timedOut = false;
+            if (m_sock->waitForMore(0, &timedOut) == 0 && !timedOut) {
+                closeOnEnd();
+                return false;
+            }
             return true;
+        }
         if (!fillReadBuffer(available))
             return false;
     }

@@ -17,8 +17,7 @@ TCPMessagingServer::TCPMessagingServer(IPCHandshaker *handshaker, const FHostAdd
                 Q_EMIT newClient(channel, client);
                 Q_EMIT newChannel(channel);
             });
-    connect(m_handshaker, &IPCHandshaker::channelRejected, this,
-            &MessagingServer::channelRejected);
+    connect(m_handshaker, &IPCHandshaker::channelRejected, this, &MessagingServer::channelRejected);
 }
 
 TCPMessagingServer::~TCPMessagingServer()
@@ -34,11 +33,10 @@ bool TCPMessagingServer::start()
     sock->setAddressReusable(true);
     if (!sock->isValid() || !sock->bind(m_address, m_port) || !sock->listen(50)) {
         const int error = sock->error();
-        const QString text =
-            QStringLiteral("Could not listen on %1:%2: %3")
-                .arg(m_address.toString())
-                .arg(m_port)
-                .arg(QString::fromLocal8Bit(sock->errorString()));
+        const QString text = QStringLiteral("Could not listen on %1:%2: %3")
+                                 .arg(m_address.toString())
+                                 .arg(m_port)
+                                 .arg(QString::fromLocal8Bit(sock->errorString()));
         delete sock;
         Q_EMIT serverFailed(error, text);
         return false;
@@ -47,8 +45,7 @@ bool TCPMessagingServer::start()
     sock->setBlocking(false);
     m_listener = sock;
     m_notifier = new QSocketNotifier(sock->descriptor(), QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this,
-            &TCPMessagingServer::acceptConnections);
+    connect(m_notifier, &QSocketNotifier::activated, this, &TCPMessagingServer::acceptConnections);
     return true;
 }
 

@@ -128,14 +128,15 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("tolvex"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "The server side of the Tolvex test tool.\n\n"
-        "Commands:\n"
-        "  demo      start a server, run a client process against it, shake hands\n"
-        "  serve     listen for clients and print each one the handshake accepts\n"
-        "  connect   connect to a server, shake hands, print both sides"));
+    parser.setApplicationDescription(
+        QStringLiteral("The server side of the Tolvex test tool.\n\n"
+                       "Commands:\n"
+                       "  demo      start a server, run a client process against it, shake hands\n"
+                       "  serve     listen for clients and print each one the handshake accepts\n"
+                       "  connect   connect to a server, shake hands, print both sides"));
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("demo, serve or connect"));
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("demo, serve or connect"));
     QCommandLineOption hostOption(QStringLiteral("host"), QStringLiteral("Server host (connect)."),
                                   QStringLiteral("host"), QStringLiteral("127.0.0.1"));
     QCommandLineOption portOption(QStringLiteral("port"),
@@ -152,8 +153,8 @@ int main(int argc, char **argv)
     QCommandLineOption refuseOption(QStringLiteral("refuse"),
                                     QStringLiteral("Refuse every client with this text (serve)."),
                                     QStringLiteral("text"));
-    parser.addOptions({hostOption, portOption, nameOption, runnerOption, clientsOption,
-                       refuseOption});
+    parser.addOptions(
+        {hostOption, portOption, nameOption, runnerOption, clientsOption, refuseOption});
     parser.process(app);
 
     const QStringList positional = parser.positionalArguments();
