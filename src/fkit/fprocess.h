@@ -36,6 +36,9 @@ public:
     bool isRunning();
     // Blocks until the child has ended, copying its output to ours meanwhile.
     void wait();
+    // Ends the child, with tree also all its descendants, children before
+    // their parents. No post-mortem runs: returnCode() and exitMessage() keep
+    // what they held, and wasKilled() tells what happened.
     void kill(bool tree);
 
     // 0 while the child runs. On POSIX a child ended by a signal reports 128
