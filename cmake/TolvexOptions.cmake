@@ -23,8 +23,12 @@ if(TOLVEX_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
-if(TOLVEX_BUILD_FUZZERS AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    message(FATAL_ERROR "TOLVEX_BUILD_FUZZERS needs clang (libFuzzer)")
+if(TOLVEX_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "TOLVEX_BUILD_FUZZERS needs clang (libFuzzer)")
+    endif()
+    # Coverage instrumentation for the library code the fuzz targets reach.
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # Q_SIGNALS/Q_SLOTS/Q_EMIT instead of the bare keywords, which clash with other headers.

@@ -14,6 +14,8 @@
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
+    // Qt's warnings about the garbage it is fed would drown the fuzzer.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     static QCoreApplication app(*argc, *argv);
     return 0;
 }

@@ -327,7 +327,9 @@ int FSocket::readBlock(char *data, int size)
 
 int FSocket::writeLimit() const
 {
-    return std::clamp(sendBufferSize() * 2, 4096, 0x200000);
+    if (m_sendBufferSize < 0)
+        m_sendBufferSize = sendBufferSize();
+    return std::clamp(m_sendBufferSize * 2, 4096, 0x200000);
 }
 
 int FSocket::writeBlock(const char *data, int size)
@@ -484,6 +486,7 @@ int FSocket::sendBufferSize() const
 
 bool FSocket::setSendBufferSize(int size)
 {
+    m_sendBufferSize = -1;
     return m_fd != -1 && FSocketPlatform::setIntOption(m_fd, FSocketPlatform::solSocket(),
                                                        FSocketPlatform::soSendBuffer(), size);
 }

@@ -87,4 +87,7 @@ private:
     unsigned short m_peerPort = 0;
     FHostAddress m_peerAddress;
     bool m_blocking = true;
+    // The send buffer size as last read or set; -1 until then. Each write
+    // needs it, and asking the kernel every time costs a system call.
+    mutable int m_sendBufferSize = -1;
 };

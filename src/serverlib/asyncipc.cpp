@@ -3,6 +3,7 @@
 #include "asyncipc_p.h"
 #include "ipchandshake.h"
 #include "tcpmessagechannel.h"
+#include "variantreader.h"
 
 #include <QDataStream>
 #include <QLoggingCategory>
@@ -111,7 +112,7 @@ ArgumentList AsyncIPC::readArguments(QDataStream &stream)
     // the loop; the status tells the caller why.
     for (qint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {
         QVariant v;
-        stream >> v;
+        readVariant(stream, &v);
         if (receiver && !receiver->errorText().isEmpty())
             return ArgumentList();
         args.append(v);

@@ -185,10 +185,15 @@ bool TCPMessageChannel::fillReadBuffer(int count)
 
 void TCPMessageChannel::readIncomingData()
 {
-    dispatchMessages();
+    dispatchMessages(true);
 }
 
 bool TCPMessageChannel::dispatchMessages()
+{
+    return dispatchMessages(false);
+}
+
+bool TCPMessageChannel::dispatchMessages(bool woken)
 {
     // Every message runs foreign code, which may delete this channel.
     QPointer<TCPMessageChannel> guard(this);
@@ -204,10 +209,10 @@ bool TCPMessageChannel::dispatchMessages()
             return false;
         }
         if (available == 0) {
-            // Readable with nothing to read is the peer's end of stream. Without
-            // this look the notifier's wake-up for a closed peer would be lost.
+            // Woken as readable with nothing to read is the peer's end of
+            // stream; without this look that wake-up would be lost.
             bool timedOut = false;
-            if (m_sock->waitForMore(0, &timedOut) == 0 && !timedOut) {
+            if (woken && m_sock->waitForMore(0, &timedOut) == 0 && !timedOut) {
                 closeOnEnd();
                 return false;
             }

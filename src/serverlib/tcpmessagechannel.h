@@ -43,6 +43,8 @@ private Q_SLOTS:
     void readIncomingData();
 
 private:
+    // woken: called because the socket was reported readable.
+    bool dispatchMessages(bool woken);
     bool processSingleMessage(QByteArray *out);
     bool fillReadBuffer(int count);
     void closeOnEnd();
