@@ -283,3 +283,39 @@ TEST(IPC, ConnectToRefusedPortGivesTheReason)
     EXPECT_EQ(r.value, nullptr);
     EXPECT_TRUE(r.error.endsWith(QStringLiteral("Connection refused"))) << r.error.toStdString();
 }
+
+TEST(IPC, EventDrivenConnectHandsOverAWorkingEndpoint)
+{
+    ServerThread server;
+    struct Connecting : ResponseListener<AsyncIPC *>
+    {
+        std::optional<FunctionCallResult<AsyncIPC *>> result;
+        void response(FunctionCallResult<AsyncIPC *> r) override { result = r; }
+    } listener, refused;
+
+    AsyncIPC::connectTo(QStringLiteral("127.0.0.1"), server.port,
+                        ClientData{0, 3, 4, QStringLiteral("async")}, &listener);
+    ASSERT_TRUE(spinUntil([&] { return listener.result.has_value(); }));
+    ASSERT_TRUE(listener.result->isSuccess()) << listener.result->error.toStdString();
+    std::unique_ptr<AsyncIPC> ipc(listener.result->value);
+    EXPECT_EQ(ipc->appId(), 12);
+
+    struct Reply : ResponseListener<ArgumentList>
+    {
+        std::optional<FunctionCallResult<ArgumentList>> result;
+        void response(FunctionCallResult<ArgumentList> r) override { result = r; }
+    } reply;
+    ASSERT_GT(ipc->asyncCall(QStringLiteral("echo"), {QStringLiteral("over the loop")}, &reply), 0);
+    ASSERT_TRUE(spinUntil([&] { return reply.result.has_value(); }));
+    EXPECT_EQ(reply.result->value, ArgumentList{QStringLiteral("over the loop")});
+
+    quint16 freePort = 0;
+    {
+        FSocket probe;
+        ASSERT_TRUE(probe.bind(FHostAddress(0x7F000001), 0));
+        freePort = probe.localPort();
+    }
+    AsyncIPC::connectTo(QStringLiteral("127.0.0.1"), freePort, ClientData{}, &refused);
+    ASSERT_TRUE(refused.result.has_value()); // no handshake starts
+    EXPECT_TRUE(refused.result->error.endsWith(QStringLiteral("Connection refused")));
+}
