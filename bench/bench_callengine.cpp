@@ -6,6 +6,7 @@
 //  - the heap the sender holds while a 100 MB body goes out, against the body.
 
 #include "asyncipc.h"
+#include "benchsupport.h"
 #include "chunkedmessage.h"
 #include "fsocket.h"
 #include "ipc.h"
@@ -25,41 +26,12 @@
 #include <thread>
 
 using namespace Tolvex;
+using TolvexBench::readFrame;
+using TolvexBench::SocketPair;
 
 namespace {
 
 constexpr int PayloadSize = 100;
-
-struct SocketPair
-{
-    std::unique_ptr<FSocket> a;
-    std::unique_ptr<FSocket> b;
-    SocketPair()
-    {
-        FSocket listener;
-        listener.bind(FHostAddress(0x7F000001), 0);
-        listener.listen(1);
-        a = std::make_unique<FSocket>();
-        a->connectToHost(QStringLiteral("127.0.0.1"), listener.localPort());
-        b = std::make_unique<FSocket>(listener.accept());
-        a->setTcpNoDelay(true);
-        b->setTcpNoDelay(true);
-    }
-};
-
-bool readFrame(FSocket &s, char *buf, int capacity)
-{
-    int got = 0;
-    while (got < 4 || got < int(qFromBigEndian<quint32>(buf))) {
-        if (s.waitForMore(5000) <= 0)
-            return false;
-        const int r = s.readBlock(buf + got, capacity - got);
-        if (r <= 0)
-            return false;
-        got += r;
-    }
-    return true;
-}
 
 // Baseline: an echo thread on bare sockets, a frame out and back.
 void BM_BareFramePingPong(benchmark::State &state)

@@ -1,6 +1,7 @@
 // Small-frame ping-pong between two TCPMessageChannels on loopback, against the
 // same exchange on bare sockets: the cost the channel adds to a round trip.
 
+#include "benchsupport.h"
 #include "fsocket.h"
 #include "ratioreporter.h"
 #include "tcpmessagechannel.h"
@@ -11,47 +12,16 @@
 #include <memory>
 
 using namespace Tolvex;
+using TolvexBench::readFrame;
+using TolvexBench::SocketPair;
 
 namespace {
 
 constexpr int PayloadSize = 100;
 
-struct Pair
-{
-    std::unique_ptr<FSocket> a;
-    std::unique_ptr<FSocket> b;
-    Pair()
-    {
-        FSocket listener;
-        listener.bind(FHostAddress(0x7F000001), 0);
-        listener.listen(1);
-        a = std::make_unique<FSocket>();
-        a->connectToHost(QStringLiteral("127.0.0.1"), listener.localPort());
-        b = std::make_unique<FSocket>(listener.accept());
-        a->setTcpNoDelay(true);
-        b->setTcpNoDelay(true);
-    }
-};
-
-// Bare sockets, the least a framed exchange needs: one write a frame, and
-// reads of whatever has arrived until the frame is complete.
-bool readFrame(FSocket &s, char *buf, int capacity)
-{
-    int got = 0;
-    while (got < 4 || got < int(qFromBigEndian<quint32>(buf))) {
-        if (s.waitForMore(5000) <= 0)
-            return false;
-        const int r = s.readBlock(buf + got, capacity - got);
-        if (r <= 0)
-            return false;
-        got += r;
-    }
-    return true;
-}
-
 void BM_BareSocketPingPong(benchmark::State &state)
 {
-    Pair p;
+    SocketPair p;
     QByteArray frame(4 + PayloadSize, 'p');
     qToBigEndian<quint32>(quint32(frame.size()), frame.data());
     char buf[4 + PayloadSize];
@@ -69,7 +39,7 @@ BENCHMARK(BM_BareSocketPingPong)->UseRealTime();
 
 void BM_TCPMessageChannelPingPong(benchmark::State &state)
 {
-    Pair p;
+    SocketPair p;
     TCPMessageChannel a(p.a.release());
     TCPMessageChannel b(p.b.release());
     const QByteArray frame(4 + PayloadSize, 'p');

@@ -412,6 +412,15 @@ QString streamStatusText(const QDataStream &stream)
     }
 }
 
+QString parseFailure(const ChunkedMessageReceiver &receiver, const QDataStream &stream)
+{
+    if (!receiver.errorText().isEmpty())
+        return receiver.errorText();
+    if (stream.status() != QDataStream::Ok)
+        return streamStatusText(stream);
+    return QString();
+}
+
 namespace {
 
 // Reads function name and arguments. A body so hostile that Qt's readers ask
@@ -440,18 +449,11 @@ void IncomingCall::process(QDataStream &stream)
     ArgumentList args;
     readCallBody(stream, &function, &args);
     AsyncIPC *ipc = m_ipc;
-    if (!errorText().isEmpty()) {
+    const QString failure = parseFailure(*this, stream);
+    if (!failure.isEmpty()) {
         ipc->callReply(m_caller, m_callId,
                        FunctionCallResult<ArgumentList>::failure(
-                           QStringLiteral("Call parsing failed: %1").arg(errorText())));
-        delete this;
-        return;
-    }
-    if (stream.status() != QDataStream::Ok) {
-        ipc->callReply(
-            m_caller, m_callId,
-            FunctionCallResult<ArgumentList>::failure(
-                QStringLiteral("Call parsing failed: %1").arg(streamStatusText(stream))));
+                           QStringLiteral("Call parsing failed: %1").arg(failure)));
         delete this;
         return;
     }
@@ -492,11 +494,9 @@ void IncomingSend::process(QDataStream &stream)
     ArgumentList args;
     readCallBody(stream, &function, &args);
     IPCResponseHandlerIface *handler = m_ipc->responseHandler();
-    if (!errorText().isEmpty())
-        handler->handleError(QStringLiteral("Send parsing failed: %1").arg(errorText()));
-    else if (stream.status() != QDataStream::Ok)
-        handler->handleError(
-            QStringLiteral("Send parsing failed: %1").arg(streamStatusText(stream)));
+    const QString failure = parseFailure(*this, stream);
+    if (!failure.isEmpty())
+        handler->handleError(QStringLiteral("Send parsing failed: %1").arg(failure));
     else if (m_destination == AsyncIPC::BroadcastAddress)
         handler->handleBroadcast(m_sender, function, args);
     else
@@ -539,14 +539,10 @@ void IncomingReply::process(QDataStream &stream)
         stream.setStatus(QDataStream::ReadCorruptData);
     }
     ResponseListener<ArgumentList> *listener = m_listener;
-    const QString deviceError = this->errorText();
-    const QString status = streamStatusText(stream);
-    const bool ok = stream.status() == QDataStream::Ok;
+    const QString failure = parseFailure(*this, stream);
     delete this;
-    if (!deviceError.isEmpty())
-        listener->error(QStringLiteral("Reply parsing failed: %1").arg(deviceError));
-    else if (!ok)
-        listener->error(QStringLiteral("Reply parsing failed: %1").arg(status));
+    if (!failure.isEmpty())
+        listener->error(QStringLiteral("Reply parsing failed: %1").arg(failure));
     else if (isError)
         listener->error(errorText);
     else

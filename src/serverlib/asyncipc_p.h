@@ -62,5 +62,8 @@ private:
 
 // "Message too short", "Message corrupt" or the status number.
 QString streamStatusText(const QDataStream &stream);
+// Why a body could not be read: the device's error first, then the stream's
+// status; empty when all went well.
+QString parseFailure(const ChunkedMessageReceiver &receiver, const QDataStream &stream);
 
 } // namespace Tolvex
