@@ -31,7 +31,9 @@ TEST(AUTProcess, ReportsThisProcess)
     AUTProcess p;
     const QStringList args = p.arguments();
     ASSERT_FALSE(args.isEmpty());
-    EXPECT_EQ(args, QCoreApplication::arguments());
+    // The test framework takes its own options out of the application's
+    // copy, so only the program itself can be compared.
+    EXPECT_EQ(args.first(), QCoreApplication::arguments().first());
     EXPECT_EQ(p.name(), QStringLiteral("hook_tests"));
     EXPECT_EQ(p.processId(), int(getpid()));
     EXPECT_EQ(p.workingDirectory(), QDir::toNativeSeparators(QDir::currentPath()));
