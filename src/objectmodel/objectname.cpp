@@ -219,7 +219,9 @@ QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &properti
 
 bool qualifiedNamesEqual(const QString &a, const QString &b)
 {
-    if (!isMultiPropertyName(a) || !isMultiPropertyName(b))
+    // Blanks around a name are trimmed before parsing, so they must not decide whether
+    // a name is compared as text either; ObjectName's equality agrees.
+    if (!isMultiPropertyName(a.trimmed()) || !isMultiPropertyName(b.trimmed()))
         return a == b;
     if (a == b)
         return true;

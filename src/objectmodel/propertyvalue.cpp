@@ -6,8 +6,22 @@
 
 namespace Tolvex {
 
+namespace {
+
+// A default QRegularExpression allocates; most values are exact and share this one.
+const QRegularExpression &noRegularExpression()
+{
+    static const QRegularExpression none;
+    return none;
+}
+
+} // namespace
+
+PropertyValue::PropertyValue() : m_regularExpression(noRegularExpression()) {}
+
 PropertyValue::PropertyValue(const QString &stringValue, Modifiers matchingMode, Type type)
-    : m_stringValue(stringValue), m_matchingMode(matchingMode), m_type(type)
+    : m_regularExpression(noRegularExpression()), m_stringValue(stringValue),
+      m_matchingMode(matchingMode), m_type(type)
 {
     if (matchingMode == RegularExpression)
         m_regularExpression.setPattern(stringValue);

@@ -9,10 +9,12 @@ namespace Tolvex {
 class PropertyValue
 {
 public:
-    enum Modifiers { Exact = 0, RegularExpression = 1, Wildcard = 2 };
-    enum Type { String = 0, Object = 1 };
+    // Fixed underlying types: modes and types arrive as plain ints from streams, and
+    // values beyond the named ones must stay representable.
+    enum Modifiers : int { Exact = 0, RegularExpression = 1, Wildcard = 2 };
+    enum Type : int { String = 0, Object = 1 };
 
-    PropertyValue() = default;
+    PropertyValue();
     PropertyValue(const QString &stringValue, Modifiers matchingMode, Type type);
 
     // The text as written: quotes and escapes removed; a nested name from '{' to '}'.

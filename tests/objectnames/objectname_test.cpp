@@ -198,6 +198,8 @@ TEST(ObjectName, EqualityIgnoresKeyOrderAndBlanksButNotModeOrValue)
     EXPECT_FALSE(qualifiedNamesEqual(QStringLiteral("{a='1'}"), QStringLiteral("{a~='1'}")));
     EXPECT_FALSE(qualifiedNamesEqual(QStringLiteral("Main"), QStringLiteral("main")));
     EXPECT_TRUE(qualifiedNamesEqual(QStringLiteral("{a=1}"), QStringLiteral("{b=2}")));
+    EXPECT_TRUE(qualifiedNamesEqual(QStringLiteral(" {a='1'}"), QStringLiteral("{a='1'}\t")));
+    EXPECT_EQ(ObjectName(QStringLiteral(" {a='1'}")), ObjectName(QStringLiteral("{a='1'}\t")));
 
     // The order is consistent with equality, so a map holds one entry per name.
     QMap<ObjectName, int> byName;
