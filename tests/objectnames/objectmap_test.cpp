@@ -98,8 +98,13 @@ TEST(ObjectMapFile, SaveOnlyWhenModifiedLoadReplaces)
     EXPECT_EQ(other.realName(QStringLiteral(":greeting")), QStringLiteral("{text='Grüße €'}"));
     EXPECT_TRUE(other.isModified()) << "loading keeps the modified flag as it was";
 
+    // Maps edited on Windows have CRLF line ends; text mode takes the CR off.
+    ASSERT_TRUE(writeFile(path, ":a\t{b='1'}\r\n:c\tC\r\n"));
+    ASSERT_TRUE(other.loadFromFile(path));
+    EXPECT_EQ(other.realNames(), (QStringList{QStringLiteral("{b='1'}"), QStringLiteral("C")}));
+
     EXPECT_FALSE(other.loadFromFile(dir.filePath(QStringLiteral("missing.map"))));
-    EXPECT_EQ(other.symbolicNames(), QStringList{QStringLiteral(":greeting")});
+    EXPECT_EQ(other.symbolicNames(), (QStringList{QStringLiteral(":a"), QStringLiteral(":c")}));
 
     testing::internal::CaptureStderr();
     EXPECT_FALSE(other.saveToFile(dir.path()));
