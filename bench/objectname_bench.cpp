@@ -100,6 +100,9 @@ BENCHMARK(SymbolicNameLookup)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond
 class RatioReporter : public benchmark::ConsoleReporter
 {
 public:
+    // Plain text: the figures end up in logs, where colour codes are noise.
+    RatioReporter() : benchmark::ConsoleReporter(OO_None) {}
+
     void ReportRuns(const std::vector<Run> &runs) override
     {
         for (const Run &run : runs) {

@@ -43,6 +43,9 @@ const std::initializer_list<const char *> ReferenceProperties = {
 const std::initializer_list<const char *> GeneratedNames = {
     "qt_viewport", "tab control", "qt_clipped_viewport", "qt_spinbox_edit", "automatic menu bar"};
 
+// fixedName() quotes nested names this many levels deep; real names nest far less.
+constexpr int MaxQuotedNesting = 6;
+
 // References may form a cycle through the map (":a" names ":b", which names ":a"), so
 // following them stops after this many steps.
 constexpr int MaxReferenceHops = 16;
@@ -298,22 +301,22 @@ QString ObjectMap::realName(const QString &name) const
 
 QString ObjectMap::symbolicName(const QString &name, bool add)
 {
-    return symbolicNameImpl(name, add ? this : nullptr);
+    return symbolicNameImpl(name, add ? this : nullptr, 0);
 }
 
 QString ObjectMap::fixedName(const QString &name, bool add)
 {
-    return fixedNameImpl(name, add ? this : nullptr);
+    return fixedNameImpl(name, add ? this : nullptr, 0);
 }
 
 QString ObjectMap::printableName(const QString &name) const
 {
-    return symbolicNameImpl(name, nullptr);
+    return symbolicNameImpl(name, nullptr, 0);
 }
 
-QString ObjectMap::symbolicNameImpl(const QString &name, ObjectMap *adder) const
+QString ObjectMap::symbolicNameImpl(const QString &name, ObjectMap *adder, int depth) const
 {
-    const QString fixed = fixedNameImpl(name, adder);
+    const QString fixed = fixedNameImpl(name, adder, depth);
     if (fixed.startsWith(u':'))
         return fixed;
     const ObjectName current(fixed);
@@ -334,20 +337,26 @@ QString ObjectMap::symbolicNameImpl(const QString &name, ObjectMap *adder) const
     return symbol;
 }
 
-QString ObjectMap::fixedNameImpl(const QString &name, ObjectMap *adder) const
+QString ObjectMap::fixedNameImpl(const QString &name, ObjectMap *adder, int depth) const
 {
     if (!Tolvex::isMultiPropertyName(name))
         return name;
     const PropertyMap properties = parseNameByProperties(name.trimmed(), nullptr);
     QString fixed(u'{');
     for (auto it = properties.cbegin(); it != properties.cend(); ++it) {
-        QString text = it->stringValue();
-        // Nested names are at most MaxObjectNameNesting deep, as they parsed; this
-        // recursion is bounded by that.
-        if (it->isObject())
-            text = symbolicNameImpl(text, adder);
         fixed += it.key();
         fixed += PropertyValue::operatorText(it->matchingMode());
+        // A nested name without a symbol ends up quoted inside its parent, and each
+        // level of quoting doubles its backslashes: deep names would grow
+        // exponentially. Below MaxQuotedNesting levels a nested name stays as it is.
+        if (it->isObject() && depth >= MaxQuotedNesting) {
+            fixed += it->stringValue();
+            fixed += u' ';
+            continue;
+        }
+        QString text = it->stringValue();
+        if (it->isObject())
+            text = symbolicNameImpl(text, adder, depth + 1);
         fixed += u'\'';
         fixed += escapePropertyValue(text);
         fixed += QLatin1String("' ");

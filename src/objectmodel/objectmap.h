@@ -75,8 +75,9 @@ public:
 private:
     // Adding goes through `adder`, which is this map or null for lookups only, so the
     // const lookups share one implementation with the adding ones.
-    QString symbolicNameImpl(const QString &name, ObjectMap *adder) const;
-    QString fixedNameImpl(const QString &name, ObjectMap *adder) const;
+    // depth counts the nested names already rewritten above this one.
+    QString symbolicNameImpl(const QString &name, ObjectMap *adder, int depth) const;
+    QString fixedNameImpl(const QString &name, ObjectMap *adder, int depth) const;
     void enter(const QString &symbolicName, const ObjectName &realName);
     // base, or base with "_2", "_3", ... behind it: the first the map does not use.
     QString unusedSymbol(const QString &base) const;

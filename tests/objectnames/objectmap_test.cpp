@@ -176,6 +176,22 @@ TEST(ObjectMap, MintsSymbolsFromProperties)
     EXPECT_EQ(map.fixedName(QStringLiteral("Main.{x}"), true), QStringLiteral("Main.{x}"));
 }
 
+TEST(ObjectMap, DeeplyNestedNamesStayLinearInSize)
+{
+    // Each level of quoting doubles the backslashes of the levels inside it; a name
+    // nested as deep as the parser allows must not grow with 2^depth.
+    QString name = QStringLiteral("{text='it\\'s' type='T'}");
+    for (int i = 1; i < MaxObjectNameNesting; ++i)
+        name = QStringLiteral("{type='L%1' window=%2}").arg(QString::number(i), name);
+    ObjectMap map;
+    const QString printable = map.printableName(name);
+    EXPECT_LT(printable.size(), name.size() * 64);
+    // The levels that are quoted are found again when the name is looked up.
+    const QString symbol = map.symbolicName(name, true);
+    EXPECT_EQ(map.symbolicName(name, false), symbol);
+    EXPECT_EQ(map.printableName(name), symbol);
+}
+
 TEST(ObjectMap, SymbolPartsFollowTheTables)
 {
     const auto symbol = [](const char *name) {
