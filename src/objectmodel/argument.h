@@ -25,7 +25,7 @@ public:
              int arrayLength);
 
     bool isValid() const { return m_type != nullptr; }
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     const Class *type() const { return m_type; }
     const ObjectAttribute &attribute() const { return m_attribute; }
     const Enum *enumerator() const { return m_enumerator; }

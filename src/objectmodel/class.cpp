@@ -355,7 +355,7 @@ public:
             for (const T *member : c->d.get()->*table) {
                 if (!member)
                     continue;
-                const QString memberName = member->name();
+                const QString &memberName = member->name();
                 if (memberName.size() == name.size() && memberName == name)
                     return member;
             }

@@ -28,7 +28,7 @@ public:
 
     const Class *enumClass() const { return m_type; }
     int id() const { return m_id; }
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     int count() const { return m_count; }
     bool isMask() const { return m_isMask; }
     void setIsMask(bool mask) { m_isMask = mask; }

@@ -16,7 +16,7 @@ public:
           bool isSendable = false);
 
     const Class *type() const { return m_type; }
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     const Signature &signature() const { return m_signature; }
     bool isSendable() const { return m_isSendable; }
     int id() const { return m_id; }

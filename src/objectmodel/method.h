@@ -19,7 +19,7 @@ public:
 
     const Class *type() const { return m_type; }
     const Argument &returnType() const { return m_returnType; }
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     const Signature &signature() const { return m_signature; }
     int numArguments() const { return m_signature.count(); }
     bool isStatic() const { return m_isStatic; }

@@ -21,7 +21,7 @@ public:
     Namespace(DetachedTag, const QString &name);
     ~Namespace() override;
 
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     int id() const { return m_id; }
     Namespace *enclosingNamespace() const { return m_enclosing; }
     QString fullyQualifiedName() const;

@@ -19,7 +19,7 @@ Property::Property(const Class *propertyClass, const PropertyDeclaration *declar
     : m_class(propertyClass), m_declaration(declaration), m_id(id)
 {}
 
-QString Property::name() const
+const QString &Property::name() const
 {
     return m_declaration ? m_declaration->name() : m_name;
 }

@@ -19,7 +19,7 @@ public:
     // A thin proxy for a declaration that a StaticPropertyDelegate adds.
     Property(const Class *propertyClass, const PropertyDeclaration *declaration, int id);
 
-    QString name() const;
+    const QString &name() const;
     const Argument &type() const;
     bool isReadable() const;
     bool isWritable() const;

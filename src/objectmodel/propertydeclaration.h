@@ -26,7 +26,7 @@ public:
                         const QString &readMethodName, const QString &writeMethodName,
                         bool isStatic, bool stored);
 
-    QString name() const { return m_name; }
+    const QString &name() const { return m_name; }
     const Argument &type() const;
     const Class *propertyClass() const { return m_propertyClass; }
     const Method *readMethod() const;

@@ -90,7 +90,8 @@ TEST(SharedPtr, DeletesWhenTheLastReferenceGoes)
         EXPECT_EQ(a->refCount(), 2);
         SharedPtr<Counted> c;
         c = a;
-        c = c; // self-assignment keeps the object
+        SharedPtr<Counted> &alias = c;
+        c = alias; // self-assignment keeps the object
         EXPECT_EQ(a->refCount(), 3);
         SharedPtr<Counted> moved(std::move(c));
         EXPECT_TRUE(c.isNull());
