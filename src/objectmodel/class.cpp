@@ -430,6 +430,13 @@ void Class::lateAddMethod(Method *method)
         d->methods.append(method);
 }
 
+void Class::replaceMethod(const Method *method)
+{
+    const int index = method->id() - superClassOffset(Methods);
+    if (index >= 0 && index < d->methods.count())
+        d->methods[index] = method;
+}
+
 Constructor *Class::createConstructor(int) const
 {
     return nullptr;

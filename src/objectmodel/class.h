@@ -151,6 +151,9 @@ protected:
     void setNumEvents(int n);
     void setNumEnums(int n);
     void setId(int id);
+    // Puts a method in the place of the one with its id, if the method
+    // table is built already.
+    void replaceMethod(const Method *method);
 
 private:
     friend class Method;

@@ -1,12 +1,18 @@
 #include "inspector.h"
 
+#include "arrayclass.h"
 #include "class.h"
+#include "datetime.h"
 #include "delegatefactory.h"
 #include "genericstaticpropertydelegate_p.h"
+#include "globalclass.h"
+#include "mapclass.h"
 #include "namespace.h"
 #include "object.h"
 #include "primitives.h"
 #include "propertydeclaration.h"
+#include "screenpoint.h"
+#include "screenrectangle.h"
 
 #include <QRegularExpression>
 
@@ -670,6 +676,13 @@ void Inspector::createBuiltinClasses()
     const Class *voidClass = new TolvexClass_void;
     new TolvexClass_undefined;
     m_voidObject = voidClass->wrap(nullptr, ObjectAttribute::Value());
+    new GlobalClass;
+    new ArrayClass;
+    new MapClass;
+    auto *uiTypes = new Namespace(globalNamespace(), QStringLiteral("UiTypes"));
+    new ScreenPointClass(uiTypes);
+    new ScreenRectangle_class(uiTypes);
+    new DateTime_class(uiTypes);
 }
 
 } // namespace Tolvex

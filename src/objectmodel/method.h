@@ -25,6 +25,8 @@ public:
     bool isStatic() const { return m_isStatic; }
     int id() const { return m_id; }
     void setId(int id) { m_id = id; }
+    // For methods made before their class, such as global functions.
+    void setDeclaringClass(const Class *type) { m_type = type; }
     void deprecate(const QString &message) { m_deprecationMessage = message; }
     bool isDeprecated() const { return !m_deprecationMessage.isEmpty(); }
     QString deprecationMessage() const { return m_deprecationMessage; }

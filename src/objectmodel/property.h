@@ -29,6 +29,12 @@ public:
     const Class *propertyClass() const;
     const PropertyDeclaration *declaration() const { return m_declaration; }
     int id() const { return m_id; }
+    // For properties made before their class, such as global properties.
+    void setPropertyClass(const Class *propertyClass, int id)
+    {
+        m_class = propertyClass;
+        m_id = id;
+    }
 
     SharedPtr<Object> get(SharedPtr<Object> self) const;
     bool set(SharedPtr<Object> self, SharedPtr<Object> value) const;
