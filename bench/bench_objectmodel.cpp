@@ -123,17 +123,17 @@ BENCHMARK(BM_BaselineHashByName);
 TestClass *overloaded()
 {
     static TestClass *c = [] {
-        std::vector<MethodSpec> specs;
+        std::vector<MethodInfo> methods;
         for (int i = 0; i < 9; ++i)
-            specs.push_back(
+            methods.push_back(
                 {QStringLiteral("f"),
                  {Argument(primitive(0), 0, 0), Argument(primitive(i % 2 ? 3 : 5), 0, 0)},
                  primitive(1)});
-        specs.push_back({QStringLiteral("f"),
-                         {Argument(primitive(4), ObjectAttribute::PointerFlag, 0),
-                          Argument(primitive(4), ObjectAttribute::PointerFlag, 0)},
-                         primitive(1)});
-        return new TestClass("BenchOverloads", nullptr, specs);
+        methods.push_back({QStringLiteral("f"),
+                           {Argument(primitive(4), ObjectAttribute::PointerFlag, 0),
+                            Argument(primitive(4), ObjectAttribute::PointerFlag, 0)},
+                           primitive(1)});
+        return new TestClass("BenchOverloads", nullptr, methods);
     }();
     return c;
 }

@@ -13,7 +13,7 @@ namespace Tolvex {
 class GenericStaticPropertyDelegate : public StaticPropertyDelegate
 {
 public:
-    GenericStaticPropertyDelegate(const QString &className, const QList<QString> &specs);
+    GenericStaticPropertyDelegate(const QString &className, const QList<QString> &descriptions);
     ~GenericStaticPropertyDelegate() override;
 
     int numProperties() const override { return m_declarations.count(); }

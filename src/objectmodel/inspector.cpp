@@ -617,14 +617,14 @@ void Inspector::sendEvent(const Event *event, SharedPtr<Object> obj, const Objec
     InspectorInterface::sendEvent(event, obj, args);
 }
 
-void Inspector::addPropertyDelegate(const QString &className, const QList<QString> &specs)
+void Inspector::addPropertyDelegate(const QString &className, const QList<QString> &descriptions)
 {
     if (m_impl)
-        return m_impl->addPropertyDelegate(className, specs);
+        return m_impl->addPropertyDelegate(className, descriptions);
     if (!type(className))
         return;
     // Registers itself with the factory and lives as long as the process.
-    new GenericStaticPropertyDelegate(className, specs);
+    new GenericStaticPropertyDelegate(className, descriptions);
 }
 
 QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
@@ -637,11 +637,11 @@ QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
 }
 
 GenericStaticPropertyDelegate::GenericStaticPropertyDelegate(const QString &className,
-                                                             const QList<QString> &specs)
+                                                             const QList<QString> &descriptions)
     : StaticPropertyDelegate(className)
 {
-    for (const QString &spec : specs) {
-        const QStringList f = spec.split(QLatin1Char(','));
+    for (const QString &description : descriptions) {
+        const QStringList f = description.split(QLatin1Char(','));
         if (f.size() != 6)
             continue;
         m_declarations.append(new PropertyDeclaration(

@@ -51,7 +51,7 @@ public:
     SharedPtr<Object> voidObject() const override;
     void sendEvent(const Event *event, SharedPtr<Object> obj,
                    const ObjectList &args) const override;
-    void addPropertyDelegate(const QString &className, const QList<QString> &specs) override;
+    void addPropertyDelegate(const QString &className, const QList<QString> &descriptions) override;
     void setUniqueProperty(const QString &className, const QString &propertyName) override;
     void setExtensionCode(const QString &code, const QString &language) override;
     void setMouseTracking(const QString &className, bool on) override;

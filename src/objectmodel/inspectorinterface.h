@@ -52,7 +52,8 @@ public:
     virtual SharedPtr<Object> createNull(const Class *c) const = 0;
     virtual SharedPtr<Object> voidObject() const = 0;
     virtual void sendEvent(const Event *event, SharedPtr<Object> obj, const ObjectList &args) const;
-    virtual void addPropertyDelegate(const QString &className, const QList<QString> &specs) = 0;
+    virtual void addPropertyDelegate(const QString &className,
+                                     const QList<QString> &descriptions) = 0;
     virtual void setUniqueProperty(const QString &className, const QString &propertyName) = 0;
     virtual void setExtensionCode(const QString &code, const QString &language) = 0;
     virtual void setMouseTracking(const QString &className, bool on) = 0;

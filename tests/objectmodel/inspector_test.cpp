@@ -1,6 +1,8 @@
 #include "testtoolkit.h"
 
+#include "classregistrar.h"
 #include "delegate.h"
+#include "eventdata.h"
 
 #include <gtest/gtest.h>
 
@@ -193,4 +195,74 @@ TEST(Inspector, SendEventAsksDelegatesInOrderAndEnumeratorsByName)
               palette->enumerator(0));
     EXPECT_EQ(Inspector::self()->enumerator(QStringLiteral("Palette::Nope")), nullptr);
     EXPECT_EQ(Inspector::self()->enumerator(QStringLiteral("Nope::Theme")), nullptr);
+}
+
+namespace {
+
+int batchesAnnounced = 0;
+void announceBatch()
+{
+    ++batchesAnnounced;
+}
+
+struct Sink : EventNotifyDelegate
+{
+    void eventRecorded(const EventData &data) override { received << data.toDebugString(); }
+    QStringList received;
+};
+
+} // namespace
+
+TEST(Inspector, ClassRegistrarAnnouncesOnlyTheOutermostBatch)
+{
+    ClassRegistrar::setBatchHandler(&announceBatch);
+    {
+        ClassRegistrar outer;
+        new TestClass("BatchA", nullptr);
+        {
+            ClassRegistrar inner;
+            new TestClass("BatchB", nullptr);
+            EXPECT_EQ(ClassRegistrar::depth(), 2);
+        }
+        EXPECT_EQ(batchesAnnounced, 0);
+    }
+    EXPECT_EQ(batchesAnnounced, 1);
+    EXPECT_EQ(ClassRegistrar::depth(), 0);
+    ClassRegistrar::setBatchHandler(nullptr);
+    {
+        ClassRegistrar alone; // no handler: nothing to announce to
+    }
+    EXPECT_EQ(batchesAnnounced, 1);
+}
+
+TEST(Inspector, RecordedEventsReachTheOneNotifyDelegate)
+{
+    Inspector *in = Inspector::self();
+    in->setEventRecordingEnabled(true);
+    {
+        Sink first;
+        Sink second; // replaces the first
+        EXPECT_TRUE(in->isEventRecordingEnabled());
+        in->recordEvent(EventData::fromComment(QStringLiteral("note")));
+        EXPECT_TRUE(first.received.isEmpty());
+        ASSERT_EQ(second.received.size(), 1);
+        EXPECT_EQ(second.received.first(), QStringLiteral("Type comment: objectId: 'note' "
+                                                          "numArguments: 0: [ ]"));
+        in->setEventRecordingEnabled(false);
+        EXPECT_FALSE(in->isEventRecordingEnabled());
+        in->setEventRecordingEnabled(true);
+    }
+    EXPECT_FALSE(in->isEventRecordingEnabled()) << "no delegate, no recording";
+    in->recordEvent(EventData());
+    in->setEventRecordingEnabled(false);
+}
+
+TEST(Signature, LongFormsLeaveOutUnusedParameters)
+{
+    const Argument i(primitive(1), ObjectAttribute::Value());
+    EXPECT_EQ(Signature(i, i, i).count(), 3);
+    EXPECT_EQ(Signature(i, i, Argument(), i).count(), 3);
+    EXPECT_EQ(Signature(i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i).count(), 18);
+    // The one- and two-argument forms keep what they are given.
+    EXPECT_EQ(Signature(Argument(), Argument()).count(), 2);
 }

@@ -184,7 +184,7 @@ TEST(Properties, DeclarationsByNameResolveLateThroughMethods)
                             {{QStringLiteral("own"), primitive(1)}});
     in->addPropertyDelegate(QStringLiteral("Gauge"),
                             {QStringLiteral("int,size,size,setSize,0,1"),
-                             QStringLiteral("Mystery,odd,size,,1,0"), QStringLiteral("bad spec")});
+                             QStringLiteral("Mystery,odd,size,,1,0"), QStringLiteral("malformed")});
     in->addPropertyDelegate(QStringLiteral("NoSuchClass"), {QStringLiteral("int,x,x,x,0,0")});
     EXPECT_EQ(c->numProperties(), 3);
     EXPECT_EQ(c->numPropertiesInternal(), 1);

@@ -34,7 +34,7 @@ struct Native
     std::vector<QString> lastArgs;
 };
 
-struct MethodSpec
+struct MethodInfo
 {
     QString name;
     std::vector<Argument> parameters;
@@ -42,7 +42,7 @@ struct MethodSpec
     bool isStatic = false;
 };
 
-struct PropertySpec
+struct PropertyInfo
 {
     QString name;
     const Class *type = nullptr;
@@ -57,8 +57,8 @@ inline const Class *primitive(int id)
 class TestClass : public Class
 {
 public:
-    TestClass(const char *name, const Class *superClass, std::vector<MethodSpec> methods = {},
-              std::vector<PropertySpec> properties = {}, Namespace *ns = nullptr)
+    TestClass(const char *name, const Class *superClass, std::vector<MethodInfo> methods = {},
+              std::vector<PropertyInfo> properties = {}, Namespace *ns = nullptr)
         : Class(name, ns ? ns : Inspector::self()->globalNamespace(), true), m_super(superClass),
           m_methods(std::move(methods)), m_properties(std::move(properties))
     {
@@ -69,18 +69,18 @@ public:
 
     // Many members named "m<k>"/"p<k>" with one int parameter, for the
     // chain and benchmark tests.
-    static std::vector<MethodSpec> numberedMethods(const char *prefix, int n)
+    static std::vector<MethodInfo> numberedMethods(const char *prefix, int n)
     {
-        std::vector<MethodSpec> result;
+        std::vector<MethodInfo> result;
         for (int k = 0; k < n; ++k)
             result.push_back({QStringLiteral("%1%2").arg(QLatin1String(prefix)).arg(k),
                               {Argument(primitive(1), ObjectAttribute::Value())},
                               primitive(1)});
         return result;
     }
-    static std::vector<PropertySpec> numberedProperties(const char *prefix, int n)
+    static std::vector<PropertyInfo> numberedProperties(const char *prefix, int n)
     {
-        std::vector<PropertySpec> result;
+        std::vector<PropertyInfo> result;
         for (int k = 0; k < n; ++k)
             result.push_back(
                 {QStringLiteral("%1%2").arg(QLatin1String(prefix)).arg(k), primitive(1)});
@@ -157,7 +157,7 @@ private:
         const int k = id - superClassOffset(Methods);
         if (k < 0 || k >= int(m_methods.size()))
             return nullptr;
-        const MethodSpec &s = m_methods[size_t(k)];
+        const MethodInfo &s = m_methods[size_t(k)];
         Signature signature;
         for (const Argument &a : s.parameters)
             signature.append(a);
@@ -172,13 +172,13 @@ private:
         const int k = id - superClassOffset(Properties);
         if (k < 0 || k >= int(m_properties.size()))
             return nullptr;
-        const PropertySpec &s = m_properties[size_t(k)];
+        const PropertyInfo &s = m_properties[size_t(k)];
         return new Property(this, Argument(s.type, ObjectAttribute::Value()), s.name, s.flags, id);
     }
 
     const Class *m_super;
-    std::vector<MethodSpec> m_methods;
-    std::vector<PropertySpec> m_properties;
+    std::vector<MethodInfo> m_methods;
+    std::vector<PropertyInfo> m_properties;
 };
 
 } // namespace TestToolkit
