@@ -274,18 +274,9 @@ SharedPtr<Object> Inspector::object(const QString &name,
     return nullptr;
 }
 
-// Resolving names (multi-property names, the object map, dotted paths) is
-// the object-name layer's work and lives with it; here only the parts that
-// need no name syntax.
-SharedPtr<Object> Inspector::findObject(const QString &name)
+const FList<const ObjectHierarchyDelegate *> *Inspector::topLevelDelegates() const
 {
-    if (name.isEmpty()) {
-        setError(QStringLiteral("Empty Object Name passed to findObject!"));
-        return nullptr;
-    }
-    if (m_impl)
-        return m_impl->findObject(name);
-    return nullptr;
+    return d->topLevelDelegates;
 }
 
 // --- Primitives --------------------------------------------------------------

@@ -111,6 +111,11 @@ public:
 private:
     struct Data;
     Inspector();
+    // Null until setupPropertyDelegate has found the wrappers' hierarchy delegates.
+    const FList<const ObjectHierarchyDelegate *> *topLevelDelegates() const;
+    SharedPtr<Object> findByPath(const QString &name, QStringList *visited, QString *lastPart);
+    void setLookupError(const QString &callerName, const QString &name, bool multiProperty,
+                        const QStringList &visited, const QString &lastPart);
     void createBuiltinClasses();
 
     std::unique_ptr<Data> d;
