@@ -1,0 +1,224 @@
+#pragma once
+
+#include "functioncallresult.h"
+#include "objectlist.h"
+#include "point.h"
+#include "rect.h"
+#include "shared.h"
+
+#include <QString>
+
+namespace Tolvex {
+
+class Class;
+class Event;
+class EventData;
+class Object;
+class ObjectName;
+class Property;
+class PropertyDeclaration;
+
+namespace UIAbstraction {
+class UIElement;
+}
+
+// A per-class policy object of a wrapper. It registers itself with the
+// DelegateFactory in its constructor, so wrappers create delegates as
+// static objects.
+class Delegate
+{
+public:
+    enum Type {
+        ObjectHierarchy = 0,
+        StaticProperty = 1,
+        DynamicEvent = 2,
+        Serialize = 3,
+        Conversion = 4,
+        Comparison = 5,
+        Cast = 6,
+        Geometry = 7,
+        DumpObjectTree = 9,
+        WindowInteraction = 10,
+    };
+
+    Delegate(const QString &className, Type type);
+    virtual ~Delegate();
+    Delegate(const Delegate &) = delete;
+    Delegate &operator=(const Delegate &) = delete;
+
+    QString className() const { return m_className; }
+    Type type() const { return m_type; }
+    // The next delegate of the same type further up the class chain, so a
+    // subclass's delegate can hand on what it cannot do.
+    const Delegate *super() const;
+
+private:
+    QString m_className;
+    Type m_type;
+    mutable bool m_superResolved = false;
+    mutable const Delegate *m_superDelegate = nullptr;
+};
+
+class ObjectHierarchyDelegate : public Delegate
+{
+public:
+    explicit ObjectHierarchyDelegate(const QString &className)
+        : Delegate(className, ObjectHierarchy)
+    {}
+
+    // A null obj stands for the root of the toolkit: its children are the
+    // top-level objects.
+    virtual int numChildren(SharedPtr<Object> obj) const = 0;
+    virtual SharedPtr<Object> child(SharedPtr<Object> obj, int index) const = 0;
+    virtual SharedPtr<Object> childByName(SharedPtr<Object> obj, const QString &name) const = 0;
+    virtual SharedPtr<Object> objectByQualifiedName(SharedPtr<Object> obj,
+                                                    const ObjectName &name) const;
+    virtual QString name(SharedPtr<Object> obj) const = 0;
+    virtual QString qualifiedName(SharedPtr<Object> obj) const = 0;
+    virtual ObjectList children(SharedPtr<Object> obj) const;
+    virtual SharedPtr<Object> parent(SharedPtr<Object> obj) const;
+    virtual int wrapperType(SharedPtr<Object> obj) const = 0;
+};
+
+class StaticPropertyDelegate : public Delegate
+{
+public:
+    explicit StaticPropertyDelegate(const QString &className) : Delegate(className, StaticProperty)
+    {}
+    virtual int numProperties() const = 0;
+    virtual const PropertyDeclaration *property(int index) const = 0;
+};
+
+class DynamicEventDelegate : public Delegate
+{
+public:
+    explicit DynamicEventDelegate(const QString &className) : Delegate(className, DynamicEvent) {}
+    virtual int numEvents(SharedPtr<Object> obj) const = 0;
+    virtual const Event *event(SharedPtr<Object> obj, int index) const = 0;
+};
+
+class SerializeDelegate : public Delegate
+{
+public:
+    explicit SerializeDelegate(const QString &className) : Delegate(className, Serialize) {}
+    virtual void streamObject(QDataStream &stream, SharedPtr<Object> obj) const = 0;
+    virtual void objectFromStream(QDataStream &stream, SharedPtr<Object> obj) const = 0;
+    virtual QString describe(SharedPtr<Object> obj) const = 0;
+};
+
+class ConversionDelegate : public Delegate
+{
+public:
+    enum Capability {
+        CanString = 1,
+        CanInteger = 2,
+        CanDouble = 4,
+        CanBoolean = 8,
+        CanInt64 = 16,
+    };
+
+    explicit ConversionDelegate(const QString &className) : Delegate(className, Conversion) {}
+    virtual int capabilities() const = 0;
+    virtual QString toString(SharedPtr<Object> obj) const;
+    virtual int toInteger(SharedPtr<Object> obj) const;
+    virtual long long toInt64(SharedPtr<Object> obj) const;
+    virtual double toDouble(SharedPtr<Object> obj) const;
+    virtual bool toBoolean(SharedPtr<Object> obj) const;
+    virtual void fromString(const QString &value, SharedPtr<Object> obj) const;
+    virtual void fromInteger(int value, SharedPtr<Object> obj) const;
+    virtual void fromInt64(long long value, SharedPtr<Object> obj) const;
+    virtual void fromDouble(double value, SharedPtr<Object> obj) const;
+    virtual void fromBoolean(bool value, SharedPtr<Object> obj) const;
+};
+
+class CastDelegate : public Delegate
+{
+public:
+    explicit CastDelegate(const QString &className) : Delegate(className, Cast) {}
+    virtual bool canCastTo(const Class *target) const = 0;
+    virtual bool canCastFrom(const Class *source) const = 0;
+    virtual SharedPtr<Object> castTo(SharedPtr<Object> obj, const Class *target) const = 0;
+    virtual SharedPtr<Object> castFrom(SharedPtr<Object> obj, const Class *source) const = 0;
+};
+
+class ComparisonDelegate : public Delegate
+{
+public:
+    explicit ComparisonDelegate(const QString &className) : Delegate(className, Comparison) {}
+    virtual bool compare(SharedPtr<Object> a, SharedPtr<Object> b) const = 0;
+    virtual bool sameObjects(SharedPtr<Object> a, SharedPtr<Object> b) const = 0;
+};
+
+class GeometryDelegate : public Delegate
+{
+public:
+    explicit GeometryDelegate(const QString &className) : Delegate(className, Geometry) {}
+    // Bounds in logical global coordinates.
+    virtual Rect<2> globalBounds(SharedPtr<Object> obj) const = 0;
+    virtual Rect<1> nativeGlobalBounds(SharedPtr<Object> obj) const;
+    virtual Point<2> globalToRelative(SharedPtr<Object> obj, int x, int y) const;
+    virtual Point<2> relativeToGlobal(SharedPtr<Object> obj, int x, int y) const;
+    virtual Point<1> relativeToNative(SharedPtr<Object> obj, int x, int y) const;
+    virtual bool isVisible(SharedPtr<Object> obj) const = 0;
+    virtual SharedPtr<Object> window(SharedPtr<Object> obj) const = 0;
+};
+
+class DumpObjectTreeDelegate : public Delegate
+{
+public:
+    explicit DumpObjectTreeDelegate(const QString &className) : Delegate(className, DumpObjectTree)
+    {}
+    // Every operation answers false to mean "use the generic way".
+    virtual bool enterDump(SharedPtr<Object> obj, const QString &filters) const;
+    virtual bool leaveDump(QString *result) const;
+    virtual bool dumpObject(SharedPtr<Object> obj, bool recursive,
+                            UIAbstraction::UIElement **element) const;
+    virtual bool takeScreenshot(SharedPtr<Object> obj, UIAbstraction::UIElement *element) const;
+    virtual bool setProperty(const Property *property, SharedPtr<Object> obj,
+                             UIAbstraction::UIElement *element, int index) const;
+    virtual bool children(SharedPtr<Object> obj, ObjectList *children) const;
+    virtual bool visibleGlobalBounds(SharedPtr<Object> obj, Rect<2> *bounds) const;
+    virtual bool isTransparent(SharedPtr<Object> obj) const;
+    virtual bool simplifiedType(SharedPtr<Object> obj, QString *type) const;
+};
+
+class WindowInteractionDelegate : public Delegate
+{
+public:
+    explicit WindowInteractionDelegate(const QString &className)
+        : Delegate(className, WindowInteraction)
+    {}
+    virtual FunctionCallResult<void> minimizeWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> maximizeWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> restoreWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> closeWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> moveWindow(SharedPtr<Object> obj, int x, int y) const = 0;
+    virtual FunctionCallResult<void> resizeWindow(SharedPtr<Object> obj, int width,
+                                                  int height) const = 0;
+    virtual FunctionCallResult<void> setFullscreenWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> setForegroundWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> setFocusedWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<SharedPtr<Object>> focusedWindow() const = 0;
+    virtual FunctionCallResult<Rect<2>> windowGeometry(SharedPtr<Object> obj) const = 0;
+};
+
+// Synthesises events; not a Delegate, it registers with the Inspector.
+class SendEventDelegate
+{
+public:
+    SendEventDelegate();
+    virtual ~SendEventDelegate() = default;
+    virtual bool sendEvent(const Event *event, SharedPtr<Object> obj,
+                           const ObjectList &args) const = 0;
+};
+
+// The one receiver of recorded events; a new one replaces the previous.
+class EventNotifyDelegate
+{
+public:
+    EventNotifyDelegate();
+    virtual ~EventNotifyDelegate();
+    virtual void eventRecorded(const EventData &data) = 0;
+};
+
+} // namespace Tolvex

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "class.h"
+
+#include <string>
+
+namespace Tolvex {
+
+// A named facet of a class, registered like any class.
+class Interface : public Class
+{
+public:
+    explicit Interface(const std::string &name);
+    Interface(const std::string &name, Namespace *nameSpace);
+
+    SharedPtr<Object> convertToInterface(SharedPtr<Object> obj, const QString &name) const override;
+    virtual std::string interfaceName() const = 0;
+};
+
+} // namespace Tolvex

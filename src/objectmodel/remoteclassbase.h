@@ -1,0 +1,21 @@
+#pragma once
+
+#include "class.h"
+
+namespace Tolvex {
+
+// A class that stands for one in another process: it has no name, no
+// namespace and is never registered here.
+class RemoteClassBase : public Class
+{
+public:
+    explicit RemoteClassBase(int applicationContextId)
+        : m_applicationContextId(applicationContextId)
+    {}
+    int applicationContextId() const { return m_applicationContextId; }
+
+private:
+    int m_applicationContextId;
+};
+
+} // namespace Tolvex

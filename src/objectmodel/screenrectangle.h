@@ -1,0 +1,44 @@
+#pragma once
+
+#include "intfieldsclass.h"
+
+#include <QRect>
+
+namespace Tolvex {
+
+struct ScreenRectangle
+{
+    static constexpr int FieldCount = 4;
+    int &field(int i)
+    {
+        int *fields[] = {&x, &y, &width, &height};
+        return *fields[i];
+    }
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+class ScreenRectangle_class : public IntFieldsClass<ScreenRectangle>
+{
+public:
+    explicit ScreenRectangle_class(Namespace *nameSpace);
+
+    SharedPtr<Object> invoke(int id, void *data, void **args,
+                             const Class *returnClass) const override;
+
+private:
+    Method *createMethod(int id) const override;
+};
+
+const Class *objectModelScreenRectangleClass();
+SharedPtr<Object> wrapScreenRectangle(const ScreenRectangle &value);
+bool unwrapScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value);
+// The forms that go through the constructor and the properties, so they
+// work as well against a class that stands for one in another process.
+SharedPtr<Object> createRemoteScreenRectangle(const ScreenRectangle &value);
+bool unwrapRemoteScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value);
+QRect unwrapRemoteScreenRectangleAsQRect(SharedPtr<Object> obj);
+
+} // namespace Tolvex

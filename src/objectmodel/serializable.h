@@ -1,0 +1,17 @@
+#pragma once
+
+class QDataStream;
+
+namespace Tolvex {
+
+// The stream form of every descriptor of the model. Metadata streams are
+// written at QDataStream version 3, big endian.
+class Serializable
+{
+public:
+    virtual ~Serializable() = default;
+    virtual void writeObject(QDataStream &stream) const = 0;
+    virtual void readObject(QDataStream &stream) = 0;
+};
+
+} // namespace Tolvex

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QDataStream>
+
+namespace Tolvex {
+
+// Metadata arrives from another process and may be torn or hostile: counts
+// read from it never size an allocation up front. Elements are read one by
+// one while the stream still has data, so memory grows only with the bytes
+// that actually arrived.
+inline bool streamCanContinue(const QDataStream &stream)
+{
+    return stream.status() == QDataStream::Ok && stream.device() && !stream.atEnd();
+}
+
+inline qint32 readInt(QDataStream &stream)
+{
+    qint32 value = 0;
+    stream >> value;
+    return stream.status() == QDataStream::Ok ? value : 0;
+}
+
+inline QString readString(QDataStream &stream)
+{
+    QString value;
+    stream >> value;
+    return value;
+}
+
+} // namespace Tolvex

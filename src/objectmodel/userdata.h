@@ -1,0 +1,14 @@
+#pragma once
+
+namespace Tolvex {
+
+// What a wrapper attaches to an Object. The object owns it and asks for a
+// copy when it is re-wrapped under another type (an interface, for instance).
+class UserData
+{
+public:
+    virtual ~UserData() = default;
+    virtual UserData *copy() const = 0;
+};
+
+} // namespace Tolvex
