@@ -99,9 +99,9 @@ TEST(Class, NameLookupFindsTheNearestMemberAndCollectsOverloads)
     EXPECT_EQ(ch.d->property(QStringLiteral("p")), nullptr);
 
     // Within one class the first member of a name in table order wins.
-    auto *twice = new TestClass("TwiceNamed", nullptr, {},
-                                {{QStringLiteral("dup"), primitive(1)},
-                                 {QStringLiteral("dup"), primitive(5)}});
+    auto *twice = new TestClass(
+        "TwiceNamed", nullptr, {},
+        {{QStringLiteral("dup"), primitive(1)}, {QStringLiteral("dup"), primitive(5)}});
     EXPECT_EQ(twice->property(QStringLiteral("dup"))->id(), 0);
 
     auto *base = new TestClass("OverBase", nullptr,
