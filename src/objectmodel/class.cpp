@@ -344,18 +344,44 @@ public:
         buildIndex(d->properties, &d->propertyIndex);
     }
 
+    // Members a class adds to the ids of one kind: its own, and for
+    // properties also those its property delegate adds (counted by then,
+    // since the offsets below ask every ancestor's numProperties()).
+    static int ownTotal(const Class *c, Class::OffsetType type)
+    {
+        const ClassPrivate *d = c->d.get();
+        switch (type) {
+        case Class::Methods:
+            return ownCount(d->numMethods);
+        case Class::Events:
+            return ownCount(d->numEvents);
+        case Class::Enums:
+            return ownCount(d->numEnums);
+        case Class::Properties:
+            return ownCount(d->numProperties) + qMax(0, d->numDynamicProperties);
+        }
+        return 0;
+    }
+
+    // Walks up from start to the class whose own range holds id. The offset
+    // is computed once and then reduced class by class.
     template <typename T>
     static const T *byId(const Class *start, int id, Class::OffsetType type,
                          void (*init)(const Class *), FVector<const T *> ClassPrivate::*table)
     {
-        for (const Class *c = start; c; c = c->super()) {
-            const int offset = c->superClassOffset(type);
+        if (id < 0)
+            return nullptr;
+        int offset = start->superClassOffset(type);
+        for (const Class *c = start; c;) {
             if (offset <= id) {
                 init(c);
                 const FVector<const T *> &t = c->d.get()->*table;
                 const int index = id - offset;
                 return index < t.count() ? t[index] : nullptr;
             }
+            c = c->super();
+            if (c)
+                offset -= ownTotal(c, type);
         }
         return nullptr;
     }
