@@ -3,9 +3,11 @@
 // leak, or allocate more than the input can justify.
 
 #include "argument.h"
+#include "arrayclass.h"
 #include "class.h"
 #include "classdescription.h"
 #include "constructor.h"
+#include "datetime.h"
 #include "enum.h"
 #include "event.h"
 #include "eventdata.h"
@@ -15,6 +17,7 @@
 #include "object.h"
 #include "objectattribute.h"
 #include "property.h"
+#include "screenrectangle.h"
 #include "signature.h"
 
 #include <QByteArray>
@@ -53,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         QByteArray::fromRawData(reinterpret_cast<const char *>(data + 1), qsizetype(size - 1));
     QDataStream stream(bytes);
     stream.setVersion(3);
-    switch (data[0] % 15) {
+    switch (data[0] % 18) {
     case 0:
         readAndUse<ObjectAttribute>(stream);
         break;
@@ -117,6 +120,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         readInto(stream, in->type(5)->wrap(values, ObjectAttribute::Array(3)));
         break;
     }
+    // Objects whose stream form is made of their properties.
+    case 15:
+        readInto(stream, wrapDateTime(DateTime(2024, 1, 5)));
+        break;
+    case 16:
+        readInto(stream, wrapScreenRectangle(ScreenRectangle()));
+        break;
+    case 17:
+        readInto(stream, ArrayClass::wrapObject({in->createPrimitive(1)}));
+        break;
     }
     return 0;
 }

@@ -30,6 +30,14 @@ int ownCount(int n)
     return n > 0 ? n : 0;
 }
 
+template <typename T> void buildIndex(const FVector<const T *> &table, QHash<QString, int> *index)
+{
+    index->reserve(table.count());
+    for (int k = 0; k < table.count(); ++k)
+        if (table[k] && !index->contains(table[k]->name()))
+            index->insert(table[k]->name(), k);
+}
+
 template <typename T> void deleteAll(FVector<const T *> &table)
 {
     for (const T *element : table)
@@ -288,8 +296,11 @@ public:
             return;
         const int offset = c->superClassOffset(Class::Methods);
         d->methods.resize(d->numMethods);
-        for (int k = 0; k < d->numMethods; ++k)
+        for (int k = 0; k < d->numMethods; ++k) {
             d->methods[k] = c->createMethod(offset + k);
+            if (d->methods[k])
+                d->methodIndex[d->methods[k]->name()].append(k);
+        }
     }
 
     static void initEvents(const Class *c)
@@ -301,6 +312,7 @@ public:
         d->events.resize(d->numEvents);
         for (int k = 0; k < d->numEvents; ++k)
             d->events[k] = c->createEvent(offset + k);
+        buildIndex(d->events, &d->eventIndex);
     }
 
     static void initEnums(const Class *c)
@@ -312,6 +324,7 @@ public:
         d->enums.resize(d->numEnums);
         for (int k = 0; k < d->numEnums; ++k)
             d->enums[k] = c->createEnum(offset + k);
+        buildIndex(d->enums, &d->enumIndex);
     }
 
     static void initProperties(const Class *c)
@@ -328,37 +341,64 @@ public:
         for (int k = 0; k < d->numDynamicProperties; ++k)
             d->properties[own + k] =
                 new Property(c, d->propertyDelegate->property(k), own + k + superCount);
+        buildIndex(d->properties, &d->propertyIndex);
     }
 
+    // Members a class adds to the ids of one kind: its own, and for
+    // properties also those its property delegate adds (counted by then,
+    // since the offsets below ask every ancestor's numProperties()).
+    static int ownTotal(const Class *c, Class::OffsetType type)
+    {
+        const ClassPrivate *d = c->d.get();
+        switch (type) {
+        case Class::Methods:
+            return ownCount(d->numMethods);
+        case Class::Events:
+            return ownCount(d->numEvents);
+        case Class::Enums:
+            return ownCount(d->numEnums);
+        case Class::Properties:
+            return ownCount(d->numProperties) + qMax(0, d->numDynamicProperties);
+        }
+        return 0;
+    }
+
+    // Walks up from start to the class whose own range holds id. The offset
+    // is computed once and then reduced class by class.
     template <typename T>
     static const T *byId(const Class *start, int id, Class::OffsetType type,
                          void (*init)(const Class *), FVector<const T *> ClassPrivate::*table)
     {
-        for (const Class *c = start; c; c = c->super()) {
-            const int offset = c->superClassOffset(type);
+        if (id < 0)
+            return nullptr;
+        int offset = start->superClassOffset(type);
+        for (const Class *c = start; c;) {
             if (offset <= id) {
                 init(c);
                 const FVector<const T *> &t = c->d.get()->*table;
                 const int index = id - offset;
                 return index < t.count() ? t[index] : nullptr;
             }
+            c = c->super();
+            if (c)
+                offset -= ownTotal(c, type);
         }
         return nullptr;
     }
 
+    // The nearest class wins, and within a class the first member of the
+    // name in table order, which is what the index holds.
     template <typename T>
     static const T *byName(const Class *start, const QString &name, void (*init)(const Class *),
-                           FVector<const T *> ClassPrivate::*table)
+                           FVector<const T *> ClassPrivate::*table,
+                           QHash<QString, int> ClassPrivate::*index)
     {
         for (const Class *c = start; c; c = c->super()) {
             init(c);
-            for (const T *member : c->d.get()->*table) {
-                if (!member)
-                    continue;
-                const QString &memberName = member->name();
-                if (memberName.size() == name.size() && memberName == name)
-                    return member;
-            }
+            const ClassPrivate *d = c->d.get();
+            const auto it = (d->*index).constFind(name);
+            if (it != (d->*index).cend())
+                return (d->*table)[*it];
         }
         return nullptr;
     }
@@ -383,9 +423,10 @@ MethodList Class::methods(const QString &name) const
     MethodList result;
     for (const Class *c = this; c; c = c->super()) {
         ClassMembers::initMethods(c);
-        for (const Method *m : c->d->methods)
-            if (m && m->name().size() == name.size() && m->name() == name)
-                result.append(m);
+        const auto it = c->d->methodIndex.constFind(name);
+        if (it != c->d->methodIndex.cend())
+            for (int k : *it)
+                result.append(c->d->methods[k]);
     }
     return result;
 }
@@ -399,7 +440,7 @@ const Property *Class::property(int id) const
 const Property *Class::property(const QString &name) const
 {
     return ClassMembers::byName(this, name, &ClassMembers::initProperties,
-                                &ClassPrivate::properties);
+                                &ClassPrivate::properties, &ClassPrivate::propertyIndex);
 }
 
 const Event *Class::event(int id) const
@@ -409,7 +450,8 @@ const Event *Class::event(int id) const
 
 const Event *Class::event(const QString &name) const
 {
-    return ClassMembers::byName(this, name, &ClassMembers::initEvents, &ClassPrivate::events);
+    return ClassMembers::byName(this, name, &ClassMembers::initEvents, &ClassPrivate::events,
+                                &ClassPrivate::eventIndex);
 }
 
 const Enum *Class::enumerator(int id) const
@@ -419,15 +461,18 @@ const Enum *Class::enumerator(int id) const
 
 const Enum *Class::enumerator(const QString &name) const
 {
-    return ClassMembers::byName(this, name, &ClassMembers::initEnums, &ClassPrivate::enums);
+    return ClassMembers::byName(this, name, &ClassMembers::initEnums, &ClassPrivate::enums,
+                                &ClassPrivate::enumIndex);
 }
 
 void Class::lateAddMethod(Method *method)
 {
     const bool built = !d->methods.isEmpty();
     d->numMethods = ownCount(d->numMethods) + 1;
-    if (built)
+    if (built) {
         d->methods.append(method);
+        d->methodIndex[method->name()].append(d->methods.count() - 1);
+    }
 }
 
 void Class::replaceMethod(const Method *method)

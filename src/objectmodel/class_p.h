@@ -2,6 +2,8 @@
 
 #include "fvector.h"
 
+#include <QHash>
+#include <QList>
 #include <QMap>
 #include <QSharedPointer>
 #include <QString>
@@ -48,6 +50,12 @@ public:
     int numProperties = -1;
     int numEvents = -1;
     int numEnums = -1;
+    // Name indexes of the own tables, made with them: the position of the
+    // first member of a name (all of them for methods, in table order).
+    QHash<QString, QList<int>> methodIndex;
+    QHash<QString, int> propertyIndex;
+    QHash<QString, int> eventIndex;
+    QHash<QString, int> enumIndex;
     char *name = nullptr;
     Namespace *nameSpace = nullptr;
     unsigned int natures = 0;

@@ -14,7 +14,12 @@ Delegate::Delegate(const QString &className, Type type) : m_className(className)
     DelegateFactory::self()->addDelegate(this);
 }
 
-Delegate::~Delegate() = default;
+// Delegates are meant to live as long as the process; one that goes
+// earlier at least leaves no dangling entry behind.
+Delegate::~Delegate()
+{
+    DelegateFactory::self()->removeDelegate(this);
+}
 
 const Delegate *Delegate::super() const
 {
@@ -169,6 +174,11 @@ bool DumpObjectTreeDelegate::simplifiedType(SharedPtr<Object>, QString *) const
 SendEventDelegate::SendEventDelegate()
 {
     Inspector::self()->addSendEventDelegate(this);
+}
+
+SendEventDelegate::~SendEventDelegate()
+{
+    Inspector::self()->removeSendEventDelegate(this);
 }
 
 EventNotifyDelegate::EventNotifyDelegate()

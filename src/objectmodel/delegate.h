@@ -207,7 +207,7 @@ class SendEventDelegate
 {
 public:
     SendEventDelegate();
-    virtual ~SendEventDelegate() = default;
+    virtual ~SendEventDelegate();
     virtual bool sendEvent(const Event *event, SharedPtr<Object> obj,
                            const ObjectList &args) const = 0;
 };

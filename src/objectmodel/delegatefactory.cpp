@@ -17,6 +17,13 @@ void DelegateFactory::addDelegate(Delegate *delegate)
     m_delegates.insert({int(delegate->type()), delegate->className()}, delegate);
 }
 
+void DelegateFactory::removeDelegate(const Delegate *delegate)
+{
+    const std::pair<int, QString> key{int(delegate->type()), delegate->className()};
+    if (m_delegates.value(key, nullptr) == delegate)
+        m_delegates.remove(key);
+}
+
 const Delegate *DelegateFactory::delegate(const QString &className, Delegate::Type type) const
 {
     return m_delegates.value({int(type), className}, nullptr);

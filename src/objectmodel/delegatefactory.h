@@ -18,6 +18,8 @@ public:
     static DelegateFactory *self();
 
     void addDelegate(Delegate *delegate);
+    // Forgets the delegate if it is the one registered under its key.
+    void removeDelegate(const Delegate *delegate);
     const Delegate *delegate(const QString &className, Delegate::Type type) const;
     // The nearest delegate up the class chain.
     const Delegate *delegate(const Class *c, Delegate::Type type) const;

@@ -308,6 +308,8 @@ void Inspector::setError(const QString &text)
 
 QString Inspector::lastError() const
 {
+    if (m_impl)
+        return m_impl->lastError();
     m_unmatchedProperties.clear();
     QString text;
     text.swap(m_lastError);

@@ -50,6 +50,12 @@ void InspectorInterface::addSendEventDelegate(SendEventDelegate *delegate)
     m_sendEventDelegates->append(delegate);
 }
 
+void InspectorInterface::removeSendEventDelegate(SendEventDelegate *delegate)
+{
+    if (m_sendEventDelegates)
+        m_sendEventDelegates->remove(delegate);
+}
+
 void InspectorInterface::setEventNotifyDelegate(EventNotifyDelegate *delegate)
 {
     m_eventNotifyDelegate = delegate;

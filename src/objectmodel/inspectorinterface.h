@@ -79,6 +79,7 @@ public:
     SharedPtr<Object> createPrimitive(const QString &string);
     const Enum *enumerator(const QString &name) const;
     void addSendEventDelegate(SendEventDelegate *delegate);
+    void removeSendEventDelegate(SendEventDelegate *delegate);
     void setEventNotifyDelegate(EventNotifyDelegate *delegate);
     EventNotifyDelegate *eventNotifyDelegate() const { return m_eventNotifyDelegate; }
     void recordEvent(const EventData &data) const;

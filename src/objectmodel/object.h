@@ -93,7 +93,11 @@ private:
 
     // This object as a SharedPtr, for delegate calls. The caller always holds
     // a reference already, so the count never falls to 0 here.
-    SharedPtr<Object> self() const { return SharedPtr<Object>(const_cast<Object *>(this)); }
+    SharedPtr<Object> self() const
+    {
+        Q_ASSERT_X(refCount() > 0, "Object", "objects are used through SharedPtr");
+        return SharedPtr<Object>(const_cast<Object *>(this));
+    }
     const ConversionDelegate *conversionFor(int capability) const;
 
     void *m_data = nullptr;

@@ -98,6 +98,12 @@ TEST(Class, NameLookupFindsTheNearestMemberAndCollectsOverloads)
     EXPECT_EQ(ch.d->property(QStringLiteral("P1")), nullptr) << "case-sensitive";
     EXPECT_EQ(ch.d->property(QStringLiteral("p")), nullptr);
 
+    // Within one class the first member of a name in table order wins.
+    auto *twice = new TestClass(
+        "TwiceNamed", nullptr, {},
+        {{QStringLiteral("dup"), primitive(1)}, {QStringLiteral("dup"), primitive(5)}});
+    EXPECT_EQ(twice->property(QStringLiteral("dup"))->id(), 0);
+
     auto *base = new TestClass("OverBase", nullptr,
                                {{QStringLiteral("f"), {Argument(primitive(1), 0, 0)}, nullptr},
                                 {QStringLiteral("g"), {}, nullptr},

@@ -193,3 +193,51 @@ TEST(Comparison, SameObjectsPropertiesAndConversionOfOneSide)
     m.properties[0] = 30;
     EXPECT_TRUE(f.meters->newObject(&m)->compare(oa));
 }
+
+namespace {
+
+// Answers casts itself and counts how often the later steps are asked.
+class SelfCasting : public TestClass
+{
+public:
+    SelfCasting() : TestClass("SelfCasting", nullptr) {}
+    mutable int internalAsked = 0;
+
+private:
+    bool canCastTo(const Class *target, bool) const override { return target == primitive(1); }
+    SharedPtr<Object> castTo(SharedPtr<Object>, const Class *target, bool) const override
+    {
+        return target == primitive(1) ? Inspector::self()->createPrimitive(77) : nullptr;
+    }
+    bool canConvertToInternal(const Class *target, bool, bool) const override
+    {
+        ++internalAsked;
+        return target == primitive(5);
+    }
+    SharedPtr<Object> convertToInternal(SharedPtr<Object>, const Class *target, bool) const override
+    {
+        return target == primitive(5) ? Inspector::self()->createPrimitive(0.5) : nullptr;
+    }
+};
+
+} // namespace
+
+TEST(Conversion, CastsComeBeforeInternalConversions)
+{
+    auto *c = new SelfCasting;
+    Native native;
+    SharedPtr<Object> obj = c->newObject(&native);
+    EXPECT_TRUE(c->canConvertTo(primitive(1), true, false, nullptr));
+    EXPECT_EQ(c->internalAsked, 0) << "a cast answers first";
+    EXPECT_EQ(c->convertTo(obj, primitive(1), false)->toInteger(), 77);
+    EXPECT_TRUE(c->canConvertTo(primitive(5), true, false, nullptr));
+    EXPECT_EQ(c->internalAsked, 1);
+    EXPECT_EQ(c->convertTo(obj, primitive(5), false)->toDouble(), 0.5);
+    EXPECT_FALSE(c->canConvertTo(primitive(3), true, false, nullptr));
+    EXPECT_FALSE(c->convertTo(obj, primitive(3), false));
+    // The object's own accessors go the same way.
+    EXPECT_EQ(obj->toInteger(), 77);
+    EXPECT_EQ(obj->toDouble(), 0.5);
+    EXPECT_FALSE(obj->toBoolean());
+    EXPECT_EQ(obj->toString(), QString()) << "no way to text: empty, not an error";
+}

@@ -159,6 +159,24 @@ TEST(Delegates, NearestClassWinsAndQObjectNamesBorrowTheQObjectDelegate)
               &replacement);
     EXPECT_EQ(overrideMask.super(), &baseMask);
 
+    {
+        Mask shortLived(QStringLiteral("MaskShortLived"), 0, QString());
+        EXPECT_EQ(DelegateFactory::self()->delegate(QStringLiteral("MaskShortLived"),
+                                                    Delegate::Conversion),
+                  &shortLived);
+    }
+    EXPECT_EQ(
+        DelegateFactory::self()->delegate(QStringLiteral("MaskShortLived"), Delegate::Conversion),
+        nullptr)
+        << "a destroyed delegate leaves no entry";
+    // Destroying a replaced delegate leaves its replacement registered.
+    {
+        Mask replaced(QStringLiteral("MaskKeep"), 0, QString());
+        static Mask keeper(QStringLiteral("MaskKeep"), 0, QString());
+    }
+    EXPECT_NE(DelegateFactory::self()->delegate(QStringLiteral("MaskKeep"), Delegate::Conversion),
+              nullptr);
+
     EXPECT_EQ(DelegateFactory::self()->delegate(static_cast<const Class *>(nullptr),
                                                 Delegate::Conversion),
               nullptr);
