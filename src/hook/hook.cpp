@@ -1,0 +1,479 @@
+#include "hook.h"
+
+#include "autprocess.h"
+#include "fenvironmentvariables.h"
+#include "hookdata_p.h"
+#include "inspector.h"
+#include "ipc.h"
+#include "mirtinterface.h"
+#include "nullmessagechannel.h"
+#include "objectmap.h"
+#include "tcpmessagechannel.h"
+#include "trace.h"
+#include "wrapper.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace Tolvex {
+
+Hook *Hook::s_instance = nullptr;
+
+namespace {
+
+constexpr qint32 AUTClientKind = 4;
+
+QString environmentValue(const char *name)
+{
+    return FEnvironmentVariables(true).getValue(QString::fromLatin1(name));
+}
+
+void logLine(const QString &text)
+{
+    std::clog << text.toStdString() << std::endl;
+}
+
+// 0 stands for "no runner": the value must be a number above 0.
+int readRunnerId()
+{
+    bool ok = false;
+    const int id = environmentValue("TOLVEX_RUNNERID").toInt(&ok);
+    if (ok && id > 0)
+        return id;
+    logLine(QStringLiteral(
+        "TOLVEX_RUNNERID was not set, set to an empty string or is not a positive number"));
+    return 0;
+}
+
+int readAppId(int fallback)
+{
+    const QString value = environmentValue("TOLVEX_APPID");
+    if (value.isEmpty()) {
+        logLine(QStringLiteral("TOLVEX_APPID was not set or set to a null string"));
+        return fallback;
+    }
+    return value.toInt();
+}
+
+IPC *unconnectedIPC()
+{
+    return new IPC(new NullMessageChannel, ClientData(), nullptr);
+}
+
+// A failed connection still gets a Hook with the runner id: its hook-up then
+// fails at the first send and closes, the way a lost server is handled.
+IPC *endpointOrFallback(const FunctionCallResult<IPC *> &connected)
+{
+    if (connected.isSuccess() && connected.value)
+        return connected.value;
+    logLine(connected.error);
+    delete connected.value;
+    return unconnectedIPC();
+}
+
+ClientData clientDataFor(int appId, int runnerId, const AUTProcess *autProcess)
+{
+    ClientData data;
+    data.appId = appId;
+    data.runnerId = runnerId;
+    data.clientKind = AUTClientKind;
+    data.clientName = autProcess ? autProcess->name() : QString();
+    return data;
+}
+
+// QCoreApplication::processEvents with a time limit drops WaitForMoreEvents
+// and would spin; a timer bounds the blocking form instead.
+void waitForEvents(int ms)
+{
+    QTimer wake;
+    wake.setSingleShot(true);
+    wake.start(qMax(0, ms));
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+} // namespace
+
+Hook *Hook::connectAndCreateHook(Wrapper *wrapper, AUTProcess *autProcess,
+                                 PlatformPlugin *platformPlugin, int wrapperArgument)
+{
+    const int runnerId = readRunnerId();
+    if (runnerId <= 0)
+        return construct(unconnectedIPC(), -1, wrapper, autProcess, platformPlugin,
+                         wrapperArgument);
+
+    QString host = environmentValue("TOLVEX_SERVERADDRESS");
+    if (host.isEmpty())
+        host = QStringLiteral("127.0.0.1");
+    quint16 port = environmentValue("TOLVEX_PORT").toUShort();
+    if (port == 0)
+        port = DefaultPort;
+    const int appId = readAppId(0);
+
+    IPC *ipc =
+        endpointOrFallback(IPC::connectTo(host, port, clientDataFor(appId, runnerId, autProcess)));
+    return construct(ipc, runnerId, wrapper, autProcess, platformPlugin, wrapperArgument);
+}
+
+Hook *Hook::createHookForConnection(FSocket *socket, Wrapper *wrapper, AUTProcess *autProcess,
+                                    PlatformPlugin *platformPlugin, int wrapperArgument)
+{
+    const int runnerId = readRunnerId();
+    const int appId = readAppId(-1);
+    IPC *ipc = endpointOrFallback(
+        IPC::connectTo(new TCPMessageChannel(socket), clientDataFor(appId, runnerId, autProcess)));
+    return construct(ipc, runnerId, wrapper, autProcess, platformPlugin, wrapperArgument);
+}
+
+Hook *Hook::construct(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
+                      PlatformPlugin *platformPlugin, int wrapperArgument)
+{
+    // The constructor hooks up, and a handler served meanwhile may delete the
+    // Hook; the instance pointer is what tells whether it survived.
+    new Hook(ipc, runnerId, wrapper, autProcess, platformPlugin, wrapperArgument);
+    return s_instance;
+}
+
+Hook *Hook::instance()
+{
+    return s_instance;
+}
+
+bool Hook::crashHandlerWanted()
+{
+    const QString value = environmentValue("TOLVEX_NO_CRASHHANDLER");
+    return value.isEmpty() || value == QLatin1String("0");
+}
+
+Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
+           PlatformPlugin *platformPlugin, int wrapperArgument)
+    : d(std::make_unique<HookData>()), m_ipc(ipc), m_runnerId(runnerId),
+      m_objectMap(std::make_unique<ObjectMap>()), m_autProcess(autProcess),
+      m_wrapperArgument(wrapperArgument)
+{
+    d->platformPlugin = platformPlugin;
+    m_exitWaitTimer.setSingleShot(true);
+    // The StandardScreen is created here once the screen subsystem exists.
+
+    ipc->setResponseHandler(this);
+    ipc->setParent(this);
+    d->eventCompression.insert(QStringLiteral("*"), true);
+    // A wrapper may come later through addWrapper; a null one is not entered,
+    // so that an agent without a toolkit has an empty list.
+    if (wrapper)
+        addWrapper(wrapper);
+    s_instance = this;
+
+    Inspector::self()->setEventNotifyDelegate(this);
+    connect(&m_exitWaitTimer, &QTimer::timeout, this, &Hook::exitWaitTimeout);
+    connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
+    // The endpoint's peerGone drops the binary transmissions of that peer once
+    // the streams exist.
+    if (wrapper) {
+        connect(this, &Hook::objectDescriptorDataReceived, wrapper, &Wrapper::parseDescriptorData);
+        connect(this, &Hook::notifyEventRecordingEnabled, wrapper,
+                &Wrapper::notifyEventRecordingEnabled);
+    }
+    // The screen global methods are registered here, once per process, with
+    // the screen subsystem.
+
+    if (m_runnerId > 0 && !hookUp())
+        return;
+    // The highlight timer is connected here, behind the hook-up, with the
+    // highlight calls.
+}
+
+Hook::~Hook()
+{
+    cleanup();
+}
+
+void Hook::cleanup()
+{
+    // The crash handler is uninstalled here when crashHandlerWanted(), once
+    // crash notification exists.
+    m_objectMap.reset();
+    delete m_autProcess;
+    m_autProcess = nullptr;
+    // Test data transfer removes its files and directories here.
+    if (s_instance == this)
+        s_instance = nullptr;
+    // The object dictionary and the binary transmissions are cleared here
+    // with the object access calls and the streams.
+    Inspector *inspector = Inspector::self();
+    inspector->clearEventHandlers();
+    if (inspector->eventNotifyDelegate() == this)
+        inspector->setEventNotifyDelegate(nullptr);
+    // The endpoint dies with the QObject children, after this Hook's own
+    // parts are gone: it must not hand anything to them in between.
+    if (m_ipc)
+        m_ipc->setResponseHandler(nullptr);
+    d.reset();
+}
+
+void Hook::addWrapper(Wrapper *wrapper)
+{
+    if (!d->wrappers.contains(wrapper))
+        d->wrappers.append(wrapper);
+}
+
+QList<Wrapper *> Hook::wrappers() const
+{
+    return d->wrappers;
+}
+
+bool Hook::hookUp()
+{
+    const int appId = readAppId(-1);
+    TOLVEX_TRACE_HOOK() << "Starting hookup"
+                        << "runnerId:" << m_runnerId << " appId:" << appId;
+    m_subProcess = m_ipc->appId() != appId;
+
+    const QString record = environmentValue("TOLVEX_RECORD");
+    if (record.isEmpty())
+        logLine(QStringLiteral("TOLVEX_RECORD was not set or set to a null string"));
+    else
+        Inspector::self()->setEventRecordingEnabled(record.toInt() != 0);
+
+    if (crashHandlerWanted()) {
+        // Crash notification installs its handler here once it exists.
+    }
+
+    if (m_ipc->broadcast(QStringLiteral("log"),
+                         {m_runnerId, QStringLiteral("\tApplication connected...")}) < 0) {
+        logLine(QStringLiteral("Could not send broadcast message to server, aborting hookup"));
+        close();
+        return true;
+    }
+    m_ipc->broadcast(QStringLiteral("subprocessHooked"), {m_ipc->appId()});
+    if (!d->wrappers.isEmpty())
+        requestDescriptorData(QString());
+
+    QPointer<Hook> guard(this);
+    TOLVEX_TRACE_HOOK() << "Waiting for AUT initialization to finish on remote side";
+    while (!m_initDone) {
+        const FunctionCallResult<QByteArray> waited =
+            m_ipc ? m_ipc->waitForSingleMessage(-1)
+                  : FunctionCallResult<QByteArray>::failure(QStringLiteral("Connection is gone"));
+        if (waited.isError())
+            logLine(waited.error + QStringLiteral(" during AUT initialization, aborting hookup"));
+        if (!guard) {
+            TOLVEX_TRACE_HOOK() << "Hook deleted during AUT initialization, aborting hookup";
+            return false;
+        }
+        if (waited.isError()) {
+            close();
+            return true;
+        }
+    }
+    TOLVEX_TRACE_HOOK() << "AUT initialization on remote side finished";
+    const bool dispatched = m_ipc && m_ipc->dispatchMessages();
+    if (!guard)
+        return false;
+    if (dispatched)
+        finalizeHookUp();
+    return true;
+}
+
+void Hook::finalizeHookUp()
+{
+    TOLVEX_TRACE_HOOK() << "Finished hookup";
+}
+
+void Hook::completeHookUp()
+{
+    TOLVEX_TRACE_HOOK() << "Hooking completed";
+    if (QCoreApplication *app = QCoreApplication::instance())
+        connect(app, &QCoreApplication::aboutToQuit, this, &Hook::notifyApplicationExit,
+                Qt::UniqueConnection);
+    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
+    if (m_ipc)
+        m_ipc->broadcast(QStringLiteral("log"), {realRecorder ? m_recorderId : m_runnerId,
+                                                 QStringLiteral("\tHook-up completed...")});
+}
+
+void Hook::requestDescriptorData(const QString &wrapperName)
+{
+    QString name = wrapperName;
+    if (name.isNull() && !d->wrappers.isEmpty() && d->wrappers.first())
+        name = d->wrappers.first()->wrapperName();
+    if (!m_ipc || m_ipc->send(unsigned(m_runnerId), QStringLiteral("requestDescriptorData"),
+                              {m_ipc->appId(), name}) < 0)
+        logLine(QStringLiteral("Request for descriptor data could not be sent"));
+}
+
+void Hook::handleSend(unsigned, const QString &function, const ArgumentList &)
+{
+    // Everything after an emit may run on a deleted Hook: each branch ends there.
+    if (function == QLatin1String("initDone")) {
+        m_initDone = true;
+        Q_EMIT initDoneReceived();
+    } else if (function == QLatin1String("exitDone")) {
+        if (!m_attached)
+            exitWaitTimeout();
+        Q_EMIT exitDoneReceived();
+    } else if (function == QLatin1String("kill")) {
+        kill();
+    } else if (function == QLatin1String("close")) {
+        close();
+    } else if (function == QLatin1String("endRecordAndExit")) {
+        endRecordAndExit();
+    }
+    // Other sends are served by the remote function table.
+}
+
+void Hook::eventRecorded(const EventData &)
+{
+    // Recorded events go to the recorder or the runner with event recording;
+    // until then there is nobody to hand them to.
+}
+
+void Hook::notifyApplicationExit()
+{
+    if (m_exitNotified)
+        return;
+    m_exitNotified = true;
+    TOLVEX_TRACE_HOOK() << "Notifying about AUT (possible) AUT shutdown";
+    // Test data transfer removes its files here.
+    if (!m_ipc || !m_ipc->isOpen())
+        return;
+    writeEventQueue();
+
+    const Inspector *inspector = Inspector::self();
+    // A recorder may still be collecting events: then only the server ends
+    // the wait.
+    if (!(inspector->isEventRecordingEnabled() && inspector->eventNotifyDelegate()))
+        m_exitWaitTimer.start(ExitWaitMs);
+    const int depth = ++m_waitForExitDepth;
+
+    QPointer<Hook> guard(this);
+    for (;;) {
+        if (!m_ipc || !m_ipc->dispatchMessages() || !guard)
+            break;
+        waitForEvents(100);
+        if (!s_instance || !guard)
+            return;
+        if (depth > m_waitForExitDepth)
+            break;
+    }
+    if (!guard)
+        return;
+
+    // Whatever the server still sends as the application leaves is served.
+    QElapsedTimer grace;
+    grace.start();
+    while (grace.elapsed() < ExitWaitMs) {
+        waitForEvents(int(ExitWaitMs - grace.elapsed()));
+        if (!s_instance || !guard)
+            return;
+        if (m_ipc)
+            m_ipc->dispatchMessages();
+        if (!guard)
+            return;
+    }
+}
+
+void Hook::writeEventQueue()
+{
+    if (m_exitMessageSent || !m_ipc)
+        return;
+    m_exitMessageSent = true;
+    // The binary transmissions are dropped here with the streams.
+    const ArgumentList args{m_ipc->appId()};
+    const QString function = QStringLiteral("appAboutToExit");
+    if (m_spyId >= 0 && m_spyId != m_runnerId)
+        m_ipc->send(unsigned(m_spyId), function, args);
+    if (m_recorderId >= 0 && m_recorderId != m_runnerId)
+        m_ipc->send(unsigned(m_recorderId), function, args);
+    m_ipc->send(unsigned(m_runnerId), function, args);
+}
+
+void Hook::exitWaitTimeout()
+{
+    TOLVEX_TRACE_HOOK() << "Reached exit wait timeout"
+                        << ", "
+                        << "wait_for_exit_depth"
+                        << "=" << m_waitForExitDepth;
+    // A stray exitDone outside a wait must not make the next wait end early.
+    if (m_waitForExitDepth > 0)
+        --m_waitForExitDepth;
+    m_exitWaitTimer.stop();
+    // Nested waits unwind one per tick.
+    if (m_waitForExitDepth > 0)
+        m_exitWaitTimer.start(1);
+}
+
+void Hook::kill()
+{
+    TOLVEX_TRACE_HOOK() << "Received kill request"
+                        << "wait_for_exit_depth" << m_waitForExitDepth << "attachedToAut"
+                        << m_attached;
+    MirtInterface::saveAll();
+    if (m_waitForExitDepth > 0) {
+        // The application is already leaving: let the exit wait go.
+        exitWaitTimeout();
+        return;
+    }
+    const bool attached = m_attached;
+    // The object dictionary is cleared here with the object access calls.
+    Q_EMIT exitReceived();
+    if (attached)
+        return;
+    if (s_instance && !s_instance->d->wrappers.isEmpty() && s_instance->d->wrappers.first()) {
+        s_instance->d->wrappers.first()->exitAUT(0);
+        return;
+    }
+    std::fflush(nullptr);
+    std::exit(0);
+}
+
+void Hook::endRecordAndExit()
+{
+    // The object dictionary is cleared here with the object access calls.
+    const bool attached = m_attached;
+    QPointer<Hook> guard(this);
+    Q_EMIT exitReceived();
+    if (attached) {
+        if (guard)
+            writeEventQueue();
+        return;
+    }
+    if (!s_instance)
+        return;
+    if (!s_instance->d->wrappers.isEmpty() && s_instance->d->wrappers.first()) {
+        s_instance->d->wrappers.first()->exitAUT(0);
+        return;
+    }
+    std::fflush(nullptr);
+    std::exit(0);
+}
+
+void Hook::close()
+{
+    TOLVEX_TRACE_HOOK() << "Going to close IPC connection"
+                        << "wait_for_exit_depth" << m_waitForExitDepth << "attachedToAut"
+                        << m_attached;
+    MirtInterface::saveAll();
+    // The binary transmissions are dropped here with the streams.
+    if (m_ipc)
+        m_ipc->closeSocket();
+    QTimer::singleShot(0, this, &Hook::deleteHook);
+}
+
+void Hook::deleteHook()
+{
+    if (m_waitForExitDepth >= 1) {
+        TOLVEX_TRACE_HOOK() << "Skipping deletion due active IPC call, "
+                            << "wait_for_exit_depth" << m_waitForExitDepth;
+        return;
+    }
+    TOLVEX_TRACE_HOOK() << "Deleting Hook";
+    // The destructor clears the instance pointer.
+    delete this;
+}
+
+} // namespace Tolvex
