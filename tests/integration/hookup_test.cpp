@@ -1,0 +1,326 @@
+// The agent's hook-up and exit protocol, with a real AUT process connecting
+// over TCP to the server side.
+#include "applicationserver.h"
+#include "autlauncher.h"
+#include "eventloop.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace Tolvex;
+using TestSupport::spinUntil;
+
+namespace {
+
+constexpr int WaitMs = 15000;
+
+const QString ConnectedLog = QStringLiteral("\tApplication connected...");
+const QString CompletedLog = QStringLiteral("\tHook-up completed...");
+const QString NoRunnerText = QStringLiteral(
+    "TOLVEX_RUNNERID was not set, set to an empty string or is not a positive number");
+
+struct ReplyCatcher : ResponseListener<ArgumentList>
+{
+    bool answered = false;
+    FunctionCallResult<ArgumentList> result;
+    void response(FunctionCallResult<ArgumentList> r) override
+    {
+        answered = true;
+        result = std::move(r);
+    }
+};
+
+class HookUpTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        ASSERT_TRUE(server.start());
+        launcher.setProgram(QStringLiteral(TESTAUT_PATH));
+        launcher.setServer(QStringLiteral("127.0.0.1"), server.port());
+    }
+
+    void TearDown() override
+    {
+        // No AUT outlives its test, whatever the test asserted.
+        if (launcher.isRunning())
+            launcher.kill();
+    }
+
+    void launch(const QStringList &arguments = {})
+    {
+        launcher.setArguments(QStringList{QStringLiteral("--output"), outputPath()} + arguments);
+        ASSERT_TRUE(launcher.start());
+    }
+
+    QString outputPath() const { return m_dir.filePath(QStringLiteral("aut.log")); }
+
+    QString output() const
+    {
+        QFile file(outputPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromLocal8Bit(file.readAll());
+    }
+
+    bool waitForOutput(const QString &text)
+    {
+        return spinUntil([&] { return output().contains(text); }, WaitMs);
+    }
+
+    bool waitForMessage(const QString &function)
+    {
+        return spinUntil([&] { return server.hasReceived(function); }, WaitMs);
+    }
+
+    bool waitForExit()
+    {
+        return spinUntil([&] { return !launcher.isRunning(); }, WaitMs);
+    }
+
+    // The hook-up up to where the AUT waits for initDone.
+    void waitForHookUpRequest()
+    {
+        ASSERT_TRUE(waitForMessage(QStringLiteral("requestDescriptorData")))
+            << qPrintable(output());
+        ASSERT_EQ(server.clientCount(), 1);
+    }
+
+    void hookUpFully()
+    {
+        waitForHookUpRequest();
+        ASSERT_GE(server.initDone(), 0);
+        ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    }
+
+    void expectCleanExit()
+    {
+        ASSERT_TRUE(waitForExit()) << qPrintable(output());
+        EXPECT_TRUE(launcher.normalExit());
+        EXPECT_EQ(launcher.exitCode(), 0) << qPrintable(output());
+    }
+
+    QList<ApplicationServer::Message> messagesNamed(const QString &function) const
+    {
+        QList<ApplicationServer::Message> found;
+        for (const ApplicationServer::Message &m : server.messages())
+            if (m.function == function)
+                found.append(m);
+        return found;
+    }
+
+    ApplicationServer server;
+    AUTLauncher launcher;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
+{
+    launch();
+    waitForHookUpRequest();
+    const unsigned aut = server.clientAddress();
+    ASSERT_GT(aut, 1u);
+
+    QStringList beforeInit = server.functions();
+    ASSERT_EQ(beforeInit, (QStringList{QStringLiteral("log"), QStringLiteral("subprocessHooked"),
+                                       QStringLiteral("requestDescriptorData")}));
+    const QList<ApplicationServer::Message> &m = server.messages();
+    EXPECT_TRUE(m[0].broadcast);
+    EXPECT_EQ(m[0].sender, aut);
+    ASSERT_EQ(m[0].args.size(), 2);
+    EXPECT_EQ(m[0].args.at(0).toInt(), AUTLauncher::DefaultRunnerId);
+    EXPECT_EQ(m[0].args.at(1).toString(), ConnectedLog);
+    EXPECT_TRUE(m[1].broadcast);
+    ASSERT_EQ(m[1].args.size(), 1);
+    EXPECT_EQ(m[1].args.at(0).toUInt(), aut);
+    EXPECT_FALSE(m[2].broadcast);
+    ASSERT_EQ(m[2].args.size(), 2);
+    EXPECT_EQ(m[2].args.at(0).toUInt(), aut);
+    EXPECT_EQ(m[2].args.at(1).toString(), QStringLiteral("testwrapper"));
+
+    // A call while the AUT waits is answered, and answering it does not let
+    // the AUT run on.
+    ReplyCatcher reply;
+    ASSERT_GE(server.call(QStringLiteral("notServedYet"), {1, QStringLiteral("x")}, &reply), 0);
+    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    EXPECT_TRUE(reply.result.isSuccess()) << qPrintable(reply.result.error);
+    // A send the agent does not serve yet is ignored without harm.
+    ASSERT_GE(server.send(QStringLiteral("notServedYet")), 0);
+    ReplyCatcher second;
+    ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &second), 0);
+    ASSERT_TRUE(spinUntil([&] { return second.answered; }, WaitMs));
+    EXPECT_FALSE(output().contains(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    EXPECT_TRUE(launcher.isRunning());
+
+    ASSERT_GE(server.initDone(), 0);
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    ASSERT_TRUE(
+        spinUntil([&] { return messagesNamed(QStringLiteral("log")).size() == 2; }, WaitMs));
+    const ApplicationServer::Message completed = messagesNamed(QStringLiteral("log")).at(1);
+    ASSERT_EQ(completed.args.size(), 2);
+    EXPECT_EQ(completed.args.at(0).toInt(), AUTLauncher::DefaultRunnerId);
+    EXPECT_EQ(completed.args.at(1).toString(), CompletedLog);
+
+    // kill: the wrapper ends the event loop, the exit protocol runs, and the
+    // server's exitDone lets the AUT go.
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+    const QString out = output();
+    EXPECT_TRUE(out.contains(QStringLiteral("exitAUT 0"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(QStringLiteral("event loop finished 0"))) << qPrintable(out);
+    const QList<ApplicationServer::Message> exits = messagesNamed(QStringLiteral("appAboutToExit"));
+    ASSERT_EQ(exits.size(), 1);
+    EXPECT_FALSE(exits[0].broadcast);
+    ASSERT_EQ(exits[0].args.size(), 1);
+    EXPECT_EQ(exits[0].args.at(0).toUInt(), aut);
+    EXPECT_EQ(server.functions().last(), QStringLiteral("appAboutToExit"));
+}
+
+TEST_F(HookUpTest, ExitWaitWhileRecordingEndsOnlyByExitDoneOrKill)
+{
+    // While recording the exit wait has no timer: only the server ends it.
+    server.setAnswerExit(false);
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RECORD"), QStringLiteral("1"));
+    launch();
+    hookUpFully();
+    ASSERT_GE(server.kill(), 0);
+    ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
+    // Round trips prove the AUT is serving messages inside its exit wait.
+    for (int i = 0; i < 3; ++i) {
+        ReplyCatcher reply;
+        ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
+        ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    }
+    EXPECT_TRUE(launcher.isRunning());
+    EXPECT_FALSE(output().contains(QStringLiteral("event loop finished")));
+    ASSERT_GE(server.exitDone(), 0);
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
+}
+
+TEST_F(HookUpTest, KillDuringTheExitWaitReleasesIt)
+{
+    server.setAnswerExit(false);
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RECORD"), QStringLiteral("1"));
+    launch({QStringLiteral("--quit-after"), QStringLiteral("50")});
+    hookUpFully();
+    ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
+    ReplyCatcher reply;
+    ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
+    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    EXPECT_TRUE(launcher.isRunning());
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+    // The application was already leaving: kill must not ask it to exit again.
+    EXPECT_FALSE(output().contains(QStringLiteral("exitAUT")));
+}
+
+TEST_F(HookUpTest, UnansweredExitEndsByTheExitWaitTimer)
+{
+    server.setAnswerExit(false);
+    launch({QStringLiteral("--quit-after"), QStringLiteral("50")});
+    hookUpFully();
+    expectCleanExit();
+    EXPECT_EQ(messagesNamed(QStringLiteral("appAboutToExit")).size(), 1);
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
+}
+
+TEST_F(HookUpTest, KillWithoutWrapperEndsTheProcessWithStatusZero)
+{
+    launch({QStringLiteral("--no-wrapper")});
+    ASSERT_TRUE(waitForMessage(QStringLiteral("subprocessHooked"))) << qPrintable(output());
+    ASSERT_EQ(server.clientCount(), 1);
+    ASSERT_GE(server.initDone(), 0);
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    // Without a wrapper nobody asks for descriptor data.
+    EXPECT_FALSE(server.hasReceived(QStringLiteral("requestDescriptorData")));
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+    // Ended on the spot, not through the event loop.
+    EXPECT_FALSE(output().contains(QStringLiteral("event loop finished")));
+}
+
+TEST_F(HookUpTest, CloseLeavesTheAUTRunningWithoutItsHook)
+{
+    launch({QStringLiteral("--quit-when-unhooked")});
+    hookUpFully();
+    ASSERT_GE(server.close(), 0);
+    ASSERT_TRUE(spinUntil([&] { return !server.isClientConnected(); }, WaitMs));
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook gone"))) << qPrintable(output());
+    expectCleanExit();
+    // It left through its own event loop, and no exit protocol ran.
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
+    EXPECT_FALSE(server.hasReceived(QStringLiteral("appAboutToExit")));
+}
+
+TEST_F(HookUpTest, CloseDuringHookUpAbortsItAndTheAUTGoesOn)
+{
+    launch({QStringLiteral("--quit-when-unhooked")});
+    waitForHookUpRequest();
+    ASSERT_GE(server.close(), 0);
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook gone"))) << qPrintable(output());
+    expectCleanExit();
+    const QString out = output();
+    EXPECT_TRUE(out.contains(QStringLiteral(" during AUT initialization, aborting hookup")))
+        << qPrintable(out);
+    // The Hook came back from the hook-up and was deleted later, from the
+    // event loop.
+    EXPECT_TRUE(out.contains(QStringLiteral("hook-up complete"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(QStringLiteral("event loop finished 0"))) << qPrintable(out);
+}
+
+TEST_F(HookUpTest, ServerThatDiesLeavesTheAUTRunning)
+{
+    // During the wait for initDone.
+    launch({QStringLiteral("--quit-after"), QStringLiteral("100")});
+    waitForHookUpRequest();
+    server.stop();
+    expectCleanExit();
+    QString out = output();
+    EXPECT_TRUE(out.contains(
+        QStringLiteral("Peer closed the connection during AUT initialization, aborting hookup")))
+        << qPrintable(out);
+    EXPECT_TRUE(out.contains(QStringLiteral("no hook"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(QStringLiteral("event loop finished 0"))) << qPrintable(out);
+}
+
+TEST_F(HookUpTest, ServerThatDiesAfterHookUpLeavesTheAUTRunning)
+{
+    launch({QStringLiteral("--quit-when-unhooked")});
+    hookUpFully();
+    server.stop();
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook gone"))) << qPrintable(output());
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
+}
+
+TEST_F(HookUpTest, WithoutARunnerIdTheAUTRunsUntouched)
+{
+    // The server is there and the address points at it: only the runner id
+    // is missing or bad.
+    for (const QString &runnerId :
+         {QString(), QStringLiteral("0"), QStringLiteral("-1"), QStringLiteral("abc")}) {
+        SCOPED_TRACE(qPrintable(runnerId));
+        QFile::remove(outputPath());
+        launcher.setConnectToServer(false);
+        launcher.setEnvironmentValue(QStringLiteral("TOLVEX_SERVERADDRESS"),
+                                     QStringLiteral("127.0.0.1"));
+        launcher.setEnvironmentValue(QStringLiteral("TOLVEX_PORT"), QString::number(server.port()));
+        launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RUNNERID"), runnerId);
+        launch({QStringLiteral("--quit-after"), QStringLiteral("100")});
+        expectCleanExit();
+        const QString out = output();
+        EXPECT_TRUE(out.contains(NoRunnerText)) << qPrintable(out);
+        EXPECT_TRUE(out.contains(QStringLiteral("hook-up complete"))) << qPrintable(out);
+        EXPECT_TRUE(out.contains(QStringLiteral("event loop finished 0"))) << qPrintable(out);
+        EXPECT_EQ(server.clientCount(), 0);
+        EXPECT_TRUE(server.messages().isEmpty());
+    }
+}
+
+} // namespace

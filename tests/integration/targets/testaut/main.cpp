@@ -1,0 +1,92 @@
+// testaut: a small application under test for the integration tests. It
+// hooks up the way a toolkit wrapper does and reports each stage on stdout.
+//
+// Options:
+//   --output FILE          stdout and stderr (where the agent logs) go to FILE
+//   --quit-after MS        leave the event loop MS after it started
+//   --quit-when-unhooked   leave the event loop once the agent is gone
+//   --no-wrapper           hook up without a wrapper
+#include "autprocess.h"
+#include "hook.h"
+#include "wrapper.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+#include <QTimer>
+
+#include <cstdio>
+#include <iostream>
+
+namespace {
+
+void say(const QString &text)
+{
+    std::cout << text.toStdString() << std::endl;
+}
+
+class TestWrapper : public Tolvex::Wrapper
+{
+public:
+    QString wrapperName() const override { return QStringLiteral("testwrapper"); }
+    void exitAUT(int code) override
+    {
+        say(QStringLiteral("exitAUT %1").arg(code));
+        Tolvex::Wrapper::exitAUT(code);
+    }
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    const QStringList args = QCoreApplication::arguments();
+    const auto valueOf = [&args](const QString &option) {
+        const qsizetype at = args.indexOf(option);
+        return at >= 0 && at + 1 < args.size() ? args.at(at + 1) : QString();
+    };
+
+    const QString output = valueOf(QStringLiteral("--output"));
+    if (!output.isEmpty()) {
+        if (!std::freopen(output.toLocal8Bit().constData(), "a", stdout) ||
+            !std::freopen(output.toLocal8Bit().constData(), "a", stderr))
+            return 3;
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
+        std::setvbuf(stderr, nullptr, _IONBF, 0);
+    }
+    say(QStringLiteral("started"));
+
+    TestWrapper *wrapper =
+        args.contains(QStringLiteral("--no-wrapper")) ? nullptr : new TestWrapper;
+    Tolvex::Hook *hook =
+        Tolvex::Hook::connectAndCreateHook(wrapper, new Tolvex::AUTProcess, nullptr, 0);
+    if (!hook) {
+        say(QStringLiteral("no hook"));
+    } else {
+        hook->completeHookUp();
+        say(QStringLiteral("hook-up complete"));
+    }
+
+    // Polled rather than signalled: the agent may go without a word, and the
+    // application must simply carry on.
+    const bool quitWhenUnhooked = args.contains(QStringLiteral("--quit-when-unhooked"));
+    QTimer unhookedCheck;
+    bool reported = !hook;
+    QObject::connect(&unhookedCheck, &QTimer::timeout, [&] {
+        if (reported || Tolvex::Hook::instance())
+            return;
+        reported = true;
+        say(QStringLiteral("hook gone"));
+        if (quitWhenUnhooked)
+            QCoreApplication::exit(0);
+    });
+    unhookedCheck.start(20);
+
+    const int quitAfter = valueOf(QStringLiteral("--quit-after")).toInt();
+    if (quitAfter > 0)
+        QTimer::singleShot(quitAfter, &app, [] { QCoreApplication::exit(0); });
+
+    const int code = app.exec();
+    say(QStringLiteral("event loop finished %1").arg(code));
+    return code;
+}
