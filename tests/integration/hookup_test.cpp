@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
 
@@ -125,6 +126,13 @@ TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
     waitForHookUpRequest();
     const unsigned aut = server.clientAddress();
     ASSERT_GT(aut, 1u);
+    const ClientData client = server.clientData();
+    EXPECT_EQ(client.runnerId, AUTLauncher::DefaultRunnerId);
+    EXPECT_EQ(client.clientKind, 4);
+    EXPECT_EQ(client.clientName, QStringLiteral("testaut"));
+    EXPECT_TRUE(
+        output().contains(QStringLiteral("TOLVEX_RECORD was not set or set to a null string")))
+        << qPrintable(output());
 
     QStringList beforeInit = server.functions();
     ASSERT_EQ(beforeInit, (QStringList{QStringLiteral("log"), QStringLiteral("subprocessHooked"),
@@ -228,6 +236,47 @@ TEST_F(HookUpTest, UnansweredExitEndsByTheExitWaitTimer)
     expectCleanExit();
     EXPECT_EQ(messagesNamed(QStringLiteral("appAboutToExit")).size(), 1);
     EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
+}
+
+// A frame of the given type from the server to the AUT, with a body of junk.
+QByteArray junkFrame(unsigned destination, quint32 type, const QByteArray &body)
+{
+    QByteArray frame(24, '\0');
+    qToBigEndian<quint32>(destination, frame.data() + 4);
+    qToBigEndian<quint32>(type, frame.data() + 8);
+    qToBigEndian<quint32>(1, frame.data() + 12);
+    qToBigEndian<qint32>(4711, frame.data() + 16);
+    return frame + body;
+}
+
+TEST_F(HookUpTest, BadFramesDuringHookUpDoNotHurtTheAUT)
+{
+    launch();
+    waitForHookUpRequest();
+    const unsigned aut = server.clientAddress();
+    const QByteArray junk(40, '\xff');
+    // Shorter than a header, misaddressed, an unknown type, and calls and
+    // sends whose bodies do not parse.
+    ASSERT_TRUE(server.sendRaw(QByteArray(10, '\x01')));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut + 100, 1, junk)));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut, 77, junk)));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut, 1, junk)));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut, 3, junk)));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut, 3, QByteArray())));
+    ASSERT_TRUE(server.sendRaw(junkFrame(aut, 2, junk)));
+
+    // Still waiting, still serving, and initDone still ends the wait.
+    ReplyCatcher reply;
+    ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
+    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs)) << qPrintable(output());
+    EXPECT_FALSE(output().contains(QStringLiteral("hook-up complete")));
+    ASSERT_GE(server.initDone(), 0);
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    // endRecordAndExit ends the application through its wrapper.
+    ASSERT_GE(server.send(QStringLiteral("endRecordAndExit")), 0);
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("exitAUT 0"))) << qPrintable(output());
+    EXPECT_TRUE(server.hasReceived(QStringLiteral("appAboutToExit")));
 }
 
 TEST_F(HookUpTest, KillWithoutWrapperEndsTheProcessWithStatusZero)

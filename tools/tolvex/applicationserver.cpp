@@ -77,6 +77,7 @@ void ApplicationServer::onNewClient(AsyncMessageChannel *channel, const ClientDa
     Client entry;
     entry.handler = std::make_unique<ClientHandler>(this, index);
     entry.ipc = new AsyncIPC(channel, own, entry.handler.get(), this);
+    entry.data = client;
     entry.address = unsigned(client.appId);
     entry.connected = true;
     m_clients.push_back(std::move(entry));
@@ -105,6 +106,17 @@ AsyncIPC *ApplicationServer::clientIPC(int index) const
 unsigned ApplicationServer::clientAddress(int index) const
 {
     return clientIPC(index) ? m_clients[size_t(index)].address : 0;
+}
+
+ClientData ApplicationServer::clientData(int index) const
+{
+    return clientIPC(index) ? m_clients[size_t(index)].data : ClientData();
+}
+
+bool ApplicationServer::sendRaw(const QByteArray &frame, int index)
+{
+    AsyncIPC *ipc = clientIPC(index);
+    return ipc && isClientConnected(index) && ipc->channel()->enqueueMessage(frame);
 }
 
 bool ApplicationServer::isClientConnected(int index) const

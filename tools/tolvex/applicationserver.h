@@ -44,6 +44,8 @@ public:
     void setAnswerExit(bool answer) { m_answerExit = answer; }
 
     int clientCount() const { return int(m_clients.size()); }
+    // What the agent said of itself, with the address it was given.
+    ClientData clientData(int index = 0) const;
     // The address the handshake gave the agent; 0 when there is none.
     unsigned clientAddress(int index = 0) const;
     bool isClientConnected(int index = 0) const;
@@ -54,6 +56,9 @@ public:
     int exitDone(int index = 0) { return send(QStringLiteral("exitDone"), {}, index); }
     int kill(int index = 0) { return send(QStringLiteral("kill"), {}, index); }
     int close(int index = 0) { return send(QStringLiteral("close"), {}, index); }
+    // Writes bytes as one frame behind the endpoint's back: for peers that
+    // misbehave. The frame's size prefix is filled in by the channel.
+    bool sendRaw(const QByteArray &frame, int index = 0);
     // The listener hears the reply or the error.
     int call(const QString &function, const ArgumentList &args,
              ResponseListener<ArgumentList> *listener, int index = 0);
@@ -74,6 +79,7 @@ private:
     {
         std::unique_ptr<ClientHandler> handler;
         QPointer<AsyncIPC> ipc;
+        ClientData data;
         unsigned address = 0;
         bool connected = false;
     };
