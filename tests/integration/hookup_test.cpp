@@ -279,6 +279,25 @@ TEST_F(HookUpTest, BadFramesDuringHookUpDoNotHurtTheAUT)
     EXPECT_TRUE(server.hasReceived(QStringLiteral("appAboutToExit")));
 }
 
+TEST_F(HookUpTest, HookUpOverASocketTheApplicationConnected)
+{
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_APPID"), QString());
+    launch({QStringLiteral("--own-socket")});
+    waitForHookUpRequest();
+    EXPECT_TRUE(
+        output().contains(QStringLiteral("TOLVEX_APPID was not set or set to a null string")))
+        << qPrintable(output());
+    EXPECT_EQ(server.clientData().runnerId, AUTLauncher::DefaultRunnerId);
+    EXPECT_EQ(server.functions(),
+              (QStringList{QStringLiteral("log"), QStringLiteral("subprocessHooked"),
+                           QStringLiteral("requestDescriptorData")}));
+    ASSERT_GE(server.initDone(), 0);
+    ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+    EXPECT_TRUE(server.hasReceived(QStringLiteral("appAboutToExit")));
+}
+
 TEST_F(HookUpTest, KillWithoutWrapperEndsTheProcessWithStatusZero)
 {
     launch({QStringLiteral("--no-wrapper")});

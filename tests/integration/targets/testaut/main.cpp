@@ -6,7 +6,9 @@
 //   --quit-after MS        leave the event loop MS after it started
 //   --quit-when-unhooked   leave the event loop once the agent is gone
 //   --no-wrapper           hook up without a wrapper
+//   --own-socket           connect the socket here and hand it to the agent
 #include "autprocess.h"
+#include "fsocket.h"
 #include "hook.h"
 #include "wrapper.h"
 
@@ -58,8 +60,19 @@ int main(int argc, char **argv)
 
     TestWrapper *wrapper =
         args.contains(QStringLiteral("--no-wrapper")) ? nullptr : new TestWrapper;
-    Tolvex::Hook *hook =
-        Tolvex::Hook::connectAndCreateHook(wrapper, new Tolvex::AUTProcess, nullptr, 0);
+    Tolvex::Hook *hook = nullptr;
+    if (args.contains(QStringLiteral("--own-socket"))) {
+        auto *socket = new FSocket;
+        if (!socket->connectToHost(qEnvironmentVariable("TOLVEX_SERVERADDRESS"),
+                                   quint16(qEnvironmentVariableIntValue("TOLVEX_PORT")))) {
+            say(QStringLiteral("could not connect"));
+            return 4;
+        }
+        hook = Tolvex::Hook::createHookForConnection(socket, wrapper, new Tolvex::AUTProcess,
+                                                     nullptr, 0);
+    } else {
+        hook = Tolvex::Hook::connectAndCreateHook(wrapper, new Tolvex::AUTProcess, nullptr, 0);
+    }
     if (!hook) {
         say(QStringLiteral("no hook"));
     } else {
