@@ -1,6 +1,8 @@
 // tolvex: the server side of the test tool on the command line.
 
 #include "appidhandshaker.h"
+#include "applicationserver.h"
+#include "autlauncher.h"
 #include "ipchandshake.h"
 #include "messagechannel.h"
 #include "tcpmessagechannel.h"
@@ -120,6 +122,51 @@ int runServe(QCoreApplication &app, quint16 port, int maxClients, const QString 
     return exitCode ? exitCode : loop;
 }
 
+QString describe(const ArgumentList &args)
+{
+    QStringList values;
+    for (const QVariant &value : args)
+        values.append(value.toString());
+    return values.join(QStringLiteral(", "));
+}
+
+// Launches an application with the agent's environment, hooks it up, lets it
+// run and prints what its agent sends, until it ends.
+int runApplication(QCoreApplication &app, const QStringList &command)
+{
+    ApplicationServer server;
+    if (!server.start()) {
+        err() << "tolvex run: could not listen" << Qt::endl;
+        return 2;
+    }
+    QObject::connect(&server, &ApplicationServer::messageReceived,
+                     [&](const ApplicationServer::Message &message) {
+                         out() << "application " << message.sender
+                               << (message.broadcast ? " broadcast " : " sent ") << message.function
+                               << "(" << describe(message.args) << ")" << Qt::endl;
+                         // The test side has nothing to prepare: let it run.
+                         if (message.function == QLatin1String("subprocessHooked"))
+                             server.initDone();
+                     });
+    AUTLauncher launcher;
+    launcher.setProgram(command.first());
+    launcher.setArguments(command.mid(1));
+    launcher.setServer(QStringLiteral("127.0.0.1"), server.port());
+    if (!launcher.start()) {
+        err() << "tolvex run: could not start " << command.first() << Qt::endl;
+        return 2;
+    }
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (!launcher.isRunning())
+            app.exit(0);
+    });
+    watch.start(50);
+    app.exec();
+    out() << "tolvex run: application exited with " << launcher.exitCode() << Qt::endl;
+    return launcher.exitCode();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -133,10 +180,11 @@ int main(int argc, char **argv)
                        "Commands:\n"
                        "  demo      start a server, run a client process against it, shake hands\n"
                        "  serve     listen for clients and print each one the handshake accepts\n"
-                       "  connect   connect to a server, shake hands, print both sides"));
+                       "  connect   connect to a server, shake hands, print both sides\n"
+                       "  run       run a program with the agent hooked up: run -- PROGRAM ARGS"));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("demo, serve or connect"));
+                                 QStringLiteral("demo, serve, connect or run"));
     QCommandLineOption hostOption(QStringLiteral("host"), QStringLiteral("Server host (connect)."),
                                   QStringLiteral("host"), QStringLiteral("127.0.0.1"));
     QCommandLineOption portOption(QStringLiteral("port"),
@@ -158,6 +206,8 @@ int main(int argc, char **argv)
     parser.process(app);
 
     const QStringList positional = parser.positionalArguments();
+    if (positional.size() > 1 && positional.first() == QLatin1String("run"))
+        return runApplication(app, positional.mid(1));
     if (positional.size() != 1) {
         err() << "tolvex: expected one command; see --help" << Qt::endl;
         return 1;
@@ -184,6 +234,10 @@ int main(int argc, char **argv)
                         {QStringLiteral("connect"), QStringLiteral("--name"),
                          QStringLiteral("demo-client"), QStringLiteral("--runner-id"),
                          QStringLiteral("42")});
+    if (command == QLatin1String("run")) {
+        err() << "tolvex run: expected a program to run" << Qt::endl;
+        return 1;
+    }
     err() << "tolvex: unknown command '" << command << "'; see --help" << Qt::endl;
     return 1;
 }
