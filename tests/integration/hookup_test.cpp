@@ -367,6 +367,20 @@ TEST_F(HookUpTest, ServerThatDiesAfterHookUpLeavesTheAUTRunning)
     EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0")));
 }
 
+TEST_F(HookUpTest, ServerThatDiesDuringTheExitWaitLetsTheAUTGo)
+{
+    // While recording only the server could end the wait; its loss must too.
+    server.setAnswerExit(false);
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RECORD"), QStringLiteral("1"));
+    launch();
+    hookUpFully();
+    ASSERT_GE(server.kill(), 0);
+    ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
+    server.stop();
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0"))) << qPrintable(output());
+}
+
 TEST_F(HookUpTest, WithoutARunnerIdTheAUTRunsUntouched)
 {
     // The server is there and the address points at it: only the runner id
