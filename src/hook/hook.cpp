@@ -250,10 +250,13 @@ bool Hook::hookUp()
         return true;
     }
     m_ipc->broadcast(QStringLiteral("subprocessHooked"), {m_ipc->appId()});
+    // From here on foreign code runs: the wrapper, then every message served.
+    QPointer<Hook> guard(this);
     if (!d->wrappers.isEmpty())
         requestDescriptorData(QString());
+    if (!guard)
+        return false;
 
-    QPointer<Hook> guard(this);
     TOLVEX_TRACE_HOOK() << "Waiting for AUT initialization to finish on remote side";
     while (!m_initDone) {
         const FunctionCallResult<QByteArray> waited =

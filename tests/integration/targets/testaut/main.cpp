@@ -18,6 +18,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -58,8 +59,11 @@ int main(int argc, char **argv)
     }
     say(QStringLiteral("started"));
 
-    TestWrapper *wrapper =
-        args.contains(QStringLiteral("--no-wrapper")) ? nullptr : new TestWrapper;
+    // The agent does not own its wrappers; the application does, to the end.
+    std::unique_ptr<TestWrapper> ownedWrapper;
+    if (!args.contains(QStringLiteral("--no-wrapper")))
+        ownedWrapper = std::make_unique<TestWrapper>();
+    TestWrapper *wrapper = ownedWrapper.get();
     Tolvex::Hook *hook = nullptr;
     if (args.contains(QStringLiteral("--own-socket"))) {
         auto *socket = new FSocket;
