@@ -381,6 +381,21 @@ TEST_F(HookUpTest, ServerThatDiesDuringTheExitWaitLetsTheAUTGo)
     EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0"))) << qPrintable(output());
 }
 
+TEST_F(HookUpTest, CloseDuringTheExitWaitLetsTheAUTGo)
+{
+    // The Hook may not be deleted under the running wait, and the closed
+    // connection must still end it.
+    server.setAnswerExit(false);
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RECORD"), QStringLiteral("1"));
+    launch();
+    hookUpFully();
+    ASSERT_GE(server.kill(), 0);
+    ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
+    ASSERT_GE(server.close(), 0);
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0"))) << qPrintable(output());
+}
+
 TEST_F(HookUpTest, WithoutARunnerIdTheAUTRunsUntouched)
 {
     // The server is there and the address points at it: only the runner id
