@@ -1,8 +1,8 @@
 #include "hook.h"
 
 #include "autprocess.h"
-#include "fenvironmentvariables.h"
 #include "hookdata_p.h"
+#include "hookenvironment_p.h"
 #include "inspector.h"
 #include "ipc.h"
 #include "mirtinterface.h"
@@ -22,43 +22,13 @@
 
 namespace Tolvex {
 
+using namespace HookEnvironment;
+
 Hook *Hook::s_instance = nullptr;
 
 namespace {
 
 constexpr qint32 AUTClientKind = 4;
-
-QString environmentValue(const char *name)
-{
-    return FEnvironmentVariables(true).getValue(QString::fromLatin1(name));
-}
-
-void logLine(const QString &text)
-{
-    std::clog << text.toStdString() << std::endl;
-}
-
-// 0 stands for "no runner": the value must be a number above 0.
-int readRunnerId()
-{
-    bool ok = false;
-    const int id = environmentValue("TOLVEX_RUNNERID").toInt(&ok);
-    if (ok && id > 0)
-        return id;
-    logLine(QStringLiteral(
-        "TOLVEX_RUNNERID was not set, set to an empty string or is not a positive number"));
-    return 0;
-}
-
-int readAppId(int fallback)
-{
-    const QString value = environmentValue("TOLVEX_APPID");
-    if (value.isEmpty()) {
-        logLine(QStringLiteral("TOLVEX_APPID was not set or set to a null string"));
-        return fallback;
-    }
-    return value.toInt();
-}
 
 IPC *unconnectedIPC()
 {
@@ -106,12 +76,10 @@ Hook *Hook::connectAndCreateHook(Wrapper *wrapper, AUTProcess *autProcess,
         return construct(unconnectedIPC(), -1, wrapper, autProcess, platformPlugin,
                          wrapperArgument);
 
-    QString host = environmentValue("TOLVEX_SERVERADDRESS");
-    if (host.isEmpty())
-        host = QStringLiteral("127.0.0.1");
-    quint16 port = environmentValue("TOLVEX_PORT").toUShort();
-    if (port == 0)
-        port = DefaultPort;
+    const QString host = readServerAddress();
+    const quint16 port = readServerPort();
+    // Unset, the application id is 0 here but -1 for a connection the
+    // application made itself: servers tell the two apart by it.
     const int appId = readAppId(0);
 
     IPC *ipc =

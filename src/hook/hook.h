@@ -28,7 +28,6 @@ class Hook : public QObject, public IPCResponseHandlerIface, public EventNotifyD
 {
     Q_OBJECT
 public:
-    static constexpr quint16 DefaultPort = 4322;
     static constexpr int ExitWaitMs = 1000;
 
     // Reads the environment, connects, shakes hands and builds the Hook,

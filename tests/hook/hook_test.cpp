@@ -1,11 +1,15 @@
 #include "autprocess.h"
 #include "hook.h"
+#include "hookenvironment_p.h"
 #include "ipc.h"
 #include "wrapper.h"
 
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>
+
+#include <iostream>
+#include <sstream>
 
 using namespace Tolvex;
 
@@ -79,6 +83,61 @@ TEST(HookTest, OnlyAnEmptyOrSingleZeroNoCrashHandlerWantsTheHandler)
     }
     qunsetenv("TOLVEX_NO_CRASHHANDLER");
     EXPECT_TRUE(Hook::crashHandlerWanted());
+}
+
+// What the log stream receives while it lives.
+class ClogCapture
+{
+public:
+    ClogCapture() : m_old(std::clog.rdbuf(m_buffer.rdbuf())) {}
+    ~ClogCapture() { std::clog.rdbuf(m_old); }
+    std::string text() const { return m_buffer.str(); }
+
+private:
+    std::ostringstream m_buffer;
+    std::streambuf *m_old;
+};
+
+TEST(HookEnvironmentTest, BadValuesFallBackAndSaySo)
+{
+    using namespace HookEnvironment;
+    for (const char *port : {"", "abc", "0", "70000", "-5"}) {
+        qputenv("TOLVEX_PORT", port);
+        EXPECT_EQ(readServerPort(), 4322) << port;
+    }
+    qputenv("TOLVEX_PORT", "4400");
+    EXPECT_EQ(readServerPort(), 4400);
+
+    qunsetenv("TOLVEX_SERVERADDRESS");
+    EXPECT_EQ(readServerAddress(), QStringLiteral("127.0.0.1"));
+    qputenv("TOLVEX_SERVERADDRESS", "10.1.2.3");
+    EXPECT_EQ(readServerAddress(), QStringLiteral("10.1.2.3"));
+
+    const std::string noRunner =
+        "TOLVEX_RUNNERID was not set, set to an empty string or is not a positive number\n";
+    for (const char *id : {"", "0", "-1", "abc", "3x"}) {
+        qputenv("TOLVEX_RUNNERID", id);
+        ClogCapture log;
+        EXPECT_EQ(readRunnerId(), 0) << id;
+        EXPECT_EQ(log.text(), noRunner) << id;
+    }
+    qputenv("TOLVEX_RUNNERID", "12");
+    {
+        ClogCapture log;
+        EXPECT_EQ(readRunnerId(), 12);
+        EXPECT_EQ(log.text(), "");
+    }
+
+    qputenv("TOLVEX_APPID", "");
+    {
+        ClogCapture log;
+        EXPECT_EQ(readAppId(0), 0);
+        EXPECT_EQ(readAppId(-1), -1);
+        EXPECT_EQ(log.text(), "TOLVEX_APPID was not set or set to a null string\n"
+                              "TOLVEX_APPID was not set or set to a null string\n");
+    }
+    qputenv("TOLVEX_APPID", "7");
+    EXPECT_EQ(readAppId(-1), 7);
 }
 
 } // namespace
