@@ -21,6 +21,19 @@ public:
     QString wrapperName() const override { return QStringLiteral("named"); }
 };
 
+// What the log stream receives while it lives.
+class ClogCapture
+{
+public:
+    ClogCapture() : m_old(std::clog.rdbuf(m_buffer.rdbuf())) {}
+    ~ClogCapture() { std::clog.rdbuf(m_old); }
+    std::string text() const { return m_buffer.str(); }
+
+private:
+    std::ostringstream m_buffer;
+    std::streambuf *m_old;
+};
+
 TEST(HookTest, WithoutRunnerIdTheHookIsLocalAndNeverBlocks)
 {
     qunsetenv("TOLVEX_RUNNERID");
@@ -59,14 +72,27 @@ TEST(HookTest, WithoutRunnerIdTheHookIsLocalAndNeverBlocks)
 TEST(HookTest, ConnectionFailureWithRunnerIdStillGivesAHookThatClosesItself)
 {
     qputenv("TOLVEX_RUNNERID", "3");
+    qputenv("TOLVEX_APPID", "2");
     qputenv("TOLVEX_SERVERADDRESS", "127.0.0.1");
     // Nothing listens on port 1.
     qputenv("TOLVEX_PORT", "1");
     NamedWrapper wrapper;
-    Hook *hook = Hook::connectAndCreateHook(&wrapper, new AUTProcess, nullptr, 0);
+    Hook *hook = nullptr;
+    std::string log;
+    {
+        ClogCapture capture;
+        hook = Hook::connectAndCreateHook(&wrapper, new AUTProcess, nullptr, 0);
+        log = capture.text();
+    }
     ASSERT_NE(hook, nullptr);
     EXPECT_EQ(hook->runnerID(), 3);
     EXPECT_FALSE(hook->ipc()->isOpen());
+    // The connect error, then the one failed send that ends the hook-up.
+    EXPECT_NE(log.find("port 1"), std::string::npos) << log;
+    EXPECT_NE(log.find("Could not send broadcast message to server, aborting hookup\n"),
+              std::string::npos)
+        << log;
+    EXPECT_EQ(Hook::instance(), hook);
     // The failed hook-up scheduled the deletion.
     QCoreApplication::processEvents();
     EXPECT_EQ(Hook::instance(), nullptr);
@@ -84,19 +110,6 @@ TEST(HookTest, OnlyAnEmptyOrSingleZeroNoCrashHandlerWantsTheHandler)
     qunsetenv("TOLVEX_NO_CRASHHANDLER");
     EXPECT_TRUE(Hook::crashHandlerWanted());
 }
-
-// What the log stream receives while it lives.
-class ClogCapture
-{
-public:
-    ClogCapture() : m_old(std::clog.rdbuf(m_buffer.rdbuf())) {}
-    ~ClogCapture() { std::clog.rdbuf(m_old); }
-    std::string text() const { return m_buffer.str(); }
-
-private:
-    std::ostringstream m_buffer;
-    std::streambuf *m_old;
-};
 
 TEST(HookEnvironmentTest, BadValuesFallBackAndSaySo)
 {
