@@ -180,6 +180,7 @@ TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
     expectCleanExit();
     const QString out = output();
     EXPECT_TRUE(out.contains(QStringLiteral("exitAUT 0"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(QStringLiteral("exitDone received at depth 0"))) << qPrintable(out);
     EXPECT_TRUE(out.contains(QStringLiteral("event loop finished 0"))) << qPrintable(out);
     const QList<ApplicationServer::Message> exits = messagesNamed(QStringLiteral("appAboutToExit"));
     ASSERT_EQ(exits.size(), 1);
@@ -226,6 +227,25 @@ TEST_F(HookUpTest, KillDuringTheExitWaitReleasesIt)
     expectCleanExit();
     // The application was already leaving: kill must not ask it to exit again.
     EXPECT_FALSE(output().contains(QStringLiteral("exitAUT")));
+}
+
+TEST_F(HookUpTest, AttachedTestsExitDoneDoesNotEndTheExitWait)
+{
+    // The server answers appAboutToExit at once; attached, that answer must
+    // not release the AUT, while kill inside the wait still does.
+    launcher.setEnvironmentValue(QStringLiteral("TOLVEX_RECORD"), QStringLiteral("1"));
+    launch({QStringLiteral("--attached"), QStringLiteral("--quit-after"), QStringLiteral("50")});
+    hookUpFully();
+    ASSERT_TRUE(waitForOutput(QStringLiteral("exitDone received at depth 1")))
+        << qPrintable(output());
+    ReplyCatcher reply;
+    ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
+    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    EXPECT_TRUE(launcher.isRunning());
+    EXPECT_FALSE(output().contains(QStringLiteral("event loop finished")));
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+    EXPECT_TRUE(output().contains(QStringLiteral("event loop finished 0"))) << qPrintable(output());
 }
 
 TEST_F(HookUpTest, UnansweredExitEndsByTheExitWaitTimer)

@@ -7,6 +7,7 @@
 //   --quit-when-unhooked   leave the event loop once the agent is gone
 //   --no-wrapper           hook up without a wrapper
 //   --own-socket           connect the socket here and hand it to the agent
+//   --attached             tell the agent the test attached to a running AUT
 #include "autprocess.h"
 #include "fsocket.h"
 #include "hook.h"
@@ -80,6 +81,12 @@ int main(int argc, char **argv)
     if (!hook) {
         say(QStringLiteral("no hook"));
     } else {
+        if (args.contains(QStringLiteral("--attached")))
+            hook->setAttached(true);
+        // The depth left behind tells whether exitDone ended the exit wait.
+        QObject::connect(hook, &Tolvex::Hook::exitDoneReceived, [hook] {
+            say(QStringLiteral("exitDone received at depth %1").arg(hook->waitForExitDepth()));
+        });
         hook->completeHookUp();
         say(QStringLiteral("hook-up complete"));
     }
