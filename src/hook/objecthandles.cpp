@@ -3,11 +3,13 @@
 #include "class.h"
 #include "constructor.h"
 #include "delegate.h"
+#include "delegatefactory.h"
 #include "inspector.h"
 #include "method.h"
 #include "namespace.h"
 #include "objectattribute.h"
 #include "property.h"
+#include "screenrectangle.h"
 #include "trace.h"
 
 #include <QDataStream>
@@ -386,6 +388,68 @@ QByteArray ObjectHandles::getObjectAttribute(int id) const
     out.setVersion(MetadataStreamVersion);
     o->objectAttribute().writeObject(out);
     return bytes;
+}
+
+// ---- conversion through classes ----
+
+bool ObjectHandles::canConvertTo(int fromClassId, int toClassId, bool sourceIsPointer,
+                                 bool targetIsPointer) const
+{
+    const Class *from = Inspector::self()->type(fromClassId);
+    const Class *to = Inspector::self()->type(toClassId);
+    return from && to && from->canConvertTo(to, sourceIsPointer, targetIsPointer, nullptr);
+}
+
+SharedPtr<Object> ObjectHandles::convertTo(int fromClassId, int id, int toClassId,
+                                           bool targetIsPointer) const
+{
+    const Class *from = Inspector::self()->type(fromClassId);
+    if (!from) {
+        log() << "Hook::convertTo: invalid fromClassId " << fromClassId << std::endl;
+        return nullptr;
+    }
+    const SharedPtr<Object> o = objectById(id);
+    if (!o) {
+        log() << "Hook::convertTo: invalid object id" << id << std::endl;
+        return nullptr;
+    }
+    const Class *to = Inspector::self()->type(toClassId);
+    return to ? from->convertTo(o, to, targetIsPointer) : nullptr;
+}
+
+SharedPtr<Object> ObjectHandles::convertToInterface(int fromClassId, int id,
+                                                    const QString &name) const
+{
+    const Class *from = Inspector::self()->type(fromClassId);
+    if (!from) {
+        log() << "Hook::convertToInterface: invalid fromClassId " << fromClassId << std::endl;
+        return nullptr;
+    }
+    const SharedPtr<Object> o = objectById(id);
+    if (!o) {
+        log() << "Hook::convertToInterface: invalid object id " << id << std::endl;
+        return nullptr;
+    }
+    return from->convertToInterface(o, name);
+}
+
+SharedPtr<Object> ObjectHandles::objectGlobalBounds(const SharedPtr<Object> &object)
+{
+    if (!object) {
+        Inspector::self()->setError(QStringLiteral("Cannot fetch geometry for invalid object."));
+        return nullptr;
+    }
+    const auto *geometry = static_cast<const GeometryDelegate *>(
+        object->type()
+            ? DelegateFactory::self()->delegate(object->type()->className(), Delegate::Geometry)
+            : nullptr);
+    if (!geometry) {
+        Inspector::self()->setError(QStringLiteral("Cannot fetch geometry for object of type %1.")
+                                        .arg(object->className()));
+        return nullptr;
+    }
+    const Rect<2> bounds = geometry->globalBounds(object);
+    return wrapScreenRectangle(ScreenRectangle{bounds.x, bounds.y, bounds.width, bounds.height});
 }
 
 // ---- creation ----

@@ -72,6 +72,15 @@ public:
     SharedPtr<Object> objectDereference(int id) const;
     QByteArray getObjectAttribute(int id) const;
 
+    // Conversion through the classes, looked up by id.
+    bool canConvertTo(int fromClassId, int toClassId, bool sourceIsPointer,
+                      bool targetIsPointer) const;
+    SharedPtr<Object> convertTo(int fromClassId, int id, int toClassId, bool targetIsPointer) const;
+    SharedPtr<Object> convertToInterface(int fromClassId, int id, const QString &name) const;
+    // The object's bounds on the screen, from its class's geometry delegate;
+    // null with the tester's error text when there is none.
+    static SharedPtr<Object> objectGlobalBounds(const SharedPtr<Object> &object);
+
     SharedPtr<Object> createPrimitive(const QString &type, const QVariant &value) const;
     SharedPtr<Object> createNull(const QString &className) const;
     SharedPtr<Object> getVoidObject() const;

@@ -1,5 +1,8 @@
 #include "objecthandles.h"
 
+#include "delegatefactory.h"
+#include "nodetoolkit.h"
+#include "screenrectangle.h"
 #include "testtoolkit.h"
 
 #include <gtest/gtest.h>
@@ -137,4 +140,100 @@ TEST(ObjectHandles, MemberAccessOnObjectsAndClassesWithItsMessages)
               std::string::npos);
     EXPECT_FALSE(handles.getObjectAttribute(id).isEmpty());
     EXPECT_FALSE(ObjectHandles::allClasses().isEmpty());
+}
+
+TEST(ObjectHandles, ConversionThroughClassesAndGlobalBounds)
+{
+    ObjectHandles handles;
+    SharedPtr<Object> seven = Inspector::self()->createPrimitive(7);
+    handles.objectToVariant(seven);
+    const int intClass = 1, doubleClass = 5;
+    ASSERT_TRUE(handles.canConvertTo(intClass, doubleClass, false, false));
+    EXPECT_FALSE(handles.canConvertTo(intClass, 987654, false, false));
+    const SharedPtr<Object> asDouble =
+        handles.convertTo(intClass, seven->index(), doubleClass, false);
+    ASSERT_TRUE(asDouble);
+    EXPECT_EQ(asDouble->type()->id(), doubleClass);
+    EXPECT_DOUBLE_EQ(asDouble->toDouble(), 7.0);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(handles.convertTo(987654, seven->index(), doubleClass, false));
+    EXPECT_FALSE(handles.convertToInterface(intClass, 123456, QStringLiteral("X")));
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("Hook::convertTo: invalid fromClassId 987654"), std::string::npos);
+    EXPECT_NE(log.find("Hook::convertToInterface: invalid object id 123456"), std::string::npos);
+
+    // Bounds come from the class's geometry delegate, as a screen rectangle.
+    struct Geometry : GeometryDelegate
+    {
+        Geometry() : GeometryDelegate(QStringLiteral("HandleCounter")) {}
+        Rect<2> globalBounds(SharedPtr<Object>) const override { return Rect<2>(10, 20, 30, 40); }
+        bool isVisible(SharedPtr<Object>) const override { return true; }
+        SharedPtr<Object> window(SharedPtr<Object>) const override { return nullptr; }
+    };
+    Native native;
+    SharedPtr<Object> counter = counterClass().newObject(&native);
+    Inspector::self()->lastError();
+    EXPECT_FALSE(ObjectHandles::objectGlobalBounds(counter));
+    EXPECT_EQ(Inspector::self()->lastError(),
+              QStringLiteral("Cannot fetch geometry for object of type HandleCounter."));
+    EXPECT_FALSE(ObjectHandles::objectGlobalBounds(nullptr));
+    EXPECT_EQ(Inspector::self()->lastError(),
+              QStringLiteral("Cannot fetch geometry for invalid object."));
+    DelegateFactory::self()->addDelegate(new Geometry);
+    counter = counterClass().newObject(&native); // delegates are looked up once per object
+    ScreenRectangle r;
+    ASSERT_TRUE(unwrapScreenRectangle(ObjectHandles::objectGlobalBounds(counter), &r));
+    EXPECT_EQ(r.x, 10);
+    EXPECT_EQ(r.y, 20);
+    EXPECT_EQ(r.width, 30);
+    EXPECT_EQ(r.height, 40);
+}
+
+TEST(ObjectHandles, TreeAccessHandsOutCountedHandles)
+{
+    static NodeToolkit::Node root;
+    static bool built = false;
+    if (!built) {
+        built = true;
+        NodeToolkit::Node *top = root.add(QStringLiteral("top"));
+        top->add(QStringLiteral("left"));
+        top->add(QStringLiteral("right"));
+        root.add(QStringLiteral("other"));
+        DelegateFactory::self()->addDelegate(
+            new NodeToolkit::NodeHierarchy(QStringLiteral("Tolvex::ToplevelQt"), &root));
+        DelegateFactory::self()->addDelegate(
+            new NodeToolkit::NodeHierarchy(QStringLiteral("LookupNode"), &root));
+    }
+    ObjectHandles handles;
+    EXPECT_EQ(handles.numObjects(0), 2);
+    // Listing the top level hands out one handle for each object.
+    const QStringList wire = handles.objects(0);
+    ASSERT_EQ(wire.size(), 2);
+    const int topId = wire[0].section(QLatin1Char(','), 0, 0).toInt();
+    EXPECT_EQ(handles.handleCount(topId), 1);
+    EXPECT_EQ(handles.handleCount(wire[1].section(QLatin1Char(','), 0, 0).toInt()), 1);
+    EXPECT_EQ(handles.size(), 2);
+
+    EXPECT_EQ(handles.numObjects(topId), 2);
+    EXPECT_EQ(handles.objectName(topId), QStringLiteral("top"));
+    const SharedPtr<Object> right = handles.objectByName(topId, QStringLiteral("right"));
+    ASSERT_TRUE(right);
+    EXPECT_EQ(right->name(), QStringLiteral("right"));
+    EXPECT_EQ(handles.objectByIndex(topId, 0)->name(), QStringLiteral("left"));
+    EXPECT_EQ(handles.objectByIndex(0, 1)->name(), QStringLiteral("other"));
+    handles.objectToVariant(right);
+    const SharedPtr<Object> parent = handles.parent(right->index());
+    ASSERT_TRUE(parent);
+    EXPECT_EQ(parent->name(), QStringLiteral("top"));
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(handles.numObjects(555555), -1);
+    EXPECT_FALSE(handles.objectByIndex(0, 2));
+    EXPECT_FALSE(handles.objectByIndex(555555, 0));
+    EXPECT_TRUE(handles.objects(555555).isEmpty());
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("Hook::numObjects: invalid object id 555555"), std::string::npos);
+    EXPECT_NE(log.find("Hook::objectByIndex: index out of range!"), std::string::npos);
+    EXPECT_NE(log.find("Hook::objectByIndex: invalid parent object id 555555"), std::string::npos);
+    EXPECT_NE(log.find("Hook::objects: invalid parent object id 555555"), std::string::npos);
 }
