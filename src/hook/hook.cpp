@@ -167,11 +167,11 @@ void Hook::cleanup()
     m_objectMap.reset();
     delete m_autProcess;
     m_autProcess = nullptr;
-    // Test data transfer removes its files and directories here.
+    d->testData.cleanup();
     if (s_instance == this)
         s_instance = nullptr;
-    // The object dictionary and the binary transmissions are cleared here
-    // with the object access calls and the streams.
+    d->objects.clearObjectDict();
+    // The binary transmissions are dropped here with the streams.
     Inspector *inspector = Inspector::self();
     inspector->clearEventHandlers();
     if (inspector->eventNotifyDelegate() == this)
@@ -192,6 +192,16 @@ void Hook::addWrapper(Wrapper *wrapper)
 QList<Wrapper *> Hook::wrappers() const
 {
     return d->wrappers;
+}
+
+ObjectHandles &Hook::objectHandles() const
+{
+    return d->objects;
+}
+
+TestDataStore &Hook::testData() const
+{
+    return d->testData;
 }
 
 bool Hook::hookUp()
@@ -309,7 +319,7 @@ void Hook::notifyApplicationExit()
         return;
     m_exitNotified = true;
     TOLVEX_TRACE_HOOK() << "Notifying about AUT (possible) AUT shutdown";
-    // Test data transfer removes its files here.
+    d->testData.cleanup();
     if (!m_ipc || !m_ipc->isOpen())
         return;
     writeEventQueue();
@@ -390,7 +400,7 @@ void Hook::kill()
         return;
     }
     const bool attached = m_attached;
-    // The object dictionary is cleared here with the object access calls.
+    d->objects.clearObjectDict();
     Q_EMIT exitReceived();
     if (attached)
         return;
@@ -404,7 +414,7 @@ void Hook::kill()
 
 void Hook::endRecordAndExit()
 {
-    // The object dictionary is cleared here with the object access calls.
+    d->objects.clearObjectDict();
     const bool attached = m_attached;
     QPointer<Hook> guard(this);
     Q_EMIT exitReceived();

@@ -15,7 +15,9 @@ class FSocket;
 namespace Tolvex {
 
 class AUTProcess;
+class ObjectHandles;
 class ObjectMap;
+class TestDataStore;
 class PlatformPlugin;
 class Wrapper;
 struct HookData;
@@ -63,6 +65,8 @@ public:
     void setAttached(bool attached) { m_attached = attached; }
     int waitForExitDepth() const { return m_waitForExitDepth; }
     ObjectMap *objectMap() const { return m_objectMap.get(); }
+    ObjectHandles &objectHandles() const;
+    TestDataStore &testData() const;
     AUTProcess *autProcess() const { return m_autProcess; }
     int wrapperArgument() const { return m_wrapperArgument; }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "objecthandles.h"
+#include "testdatastore.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -9,17 +12,21 @@ namespace Tolvex {
 class PlatformPlugin;
 class Wrapper;
 
-// The Hook's private record. The object dictionary, the screen (a
-// StandardScreen at start) and the binary transmissions by stream id join it
-// with the object access calls, the screen globals and the streams.
+// The Hook's private record. The screen (a StandardScreen at start) and the
+// binary transmissions by stream id join it with the screen globals and the
+// streams.
 struct HookData
 {
+    // The objects the server holds handles to.
+    ObjectHandles objects;
     // In order of addWrapper; not owned.
     QList<Wrapper *> wrappers;
     // Which classes' events may be compressed while recording; "*" is all.
     QMap<QString, bool> eventCompression;
     // Not owned; stored for the native input calls.
     PlatformPlugin *platformPlugin = nullptr;
+    // What test scripts put on this machine, removed when the AUT leaves.
+    TestDataStore testData;
 };
 
 } // namespace Tolvex

@@ -2,9 +2,12 @@
 #include "hook.h"
 #include "hookenvironment_p.h"
 #include "ipc.h"
+#include "testdatastore.h"
 #include "wrapper.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -97,6 +100,33 @@ TEST(HookTest, ConnectionFailureWithRunnerIdStillGivesAHookThatClosesItself)
     QCoreApplication::processEvents();
     EXPECT_EQ(Hook::instance(), nullptr);
     qunsetenv("TOLVEX_RUNNERID");
+}
+
+TEST(HookTest, TestDataGoesWhenTheApplicationLeavesAndWithTheHook)
+{
+    qunsetenv("TOLVEX_RUNNERID");
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    // "1": an even byte count; one character carries "ab".
+    const QString data = QStringLiteral("1") + QChar(0x6261);
+
+    Hook *hook = Hook::connectAndCreateHook(nullptr, new AUTProcess, nullptr, 0);
+    ASSERT_NE(hook, nullptr);
+    const QString first =
+        hook->testData().put(dir.filePath(QStringLiteral("a/b/data.txt")), data, false);
+    ASSERT_FALSE(first.isEmpty());
+    ASSERT_TRUE(QFile::exists(first));
+    // Even without a server the files go when the application leaves.
+    hook->notifyApplicationExit();
+    EXPECT_FALSE(QFile::exists(first));
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("a"))));
+
+    const QString second =
+        hook->testData().put(dir.filePath(QStringLiteral("c/data.txt")), data, false);
+    ASSERT_TRUE(QFile::exists(second));
+    hook->deleteHook();
+    EXPECT_EQ(Hook::instance(), nullptr);
+    EXPECT_FALSE(QFile::exists(second));
 }
 
 TEST(HookTest, OnlyAnEmptyOrSingleZeroNoCrashHandlerWantsTheHandler)
