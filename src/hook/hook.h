@@ -17,8 +17,8 @@ namespace Tolvex {
 class AUTProcess;
 class ObjectHandles;
 class ObjectMap;
-class TestDataStore;
 class PlatformPlugin;
+class TestDataStore;
 class Wrapper;
 struct HookData;
 
