@@ -2,13 +2,17 @@
 
 #include "fsocketplatform_p.h"
 
-#include <QDebug>
 #include <QElapsedTimer>
+#include <QLoggingCategory>
 
 #include <algorithm>
 #include <cstring>
 
 using FSocketPlatform::Err;
+
+// Waits that time out are routine (every poll for more data does); their
+// trace is off unless asked for.
+Q_LOGGING_CATEGORY(lcSocket, "tolvex.socket", QtInfoMsg)
 
 namespace {
 
@@ -402,7 +406,7 @@ int FSocket::waitForMore(int ms, bool *timedOut)
         if (r > 0)
             return bytesAvailable();
         if (r == 0) {
-            qDebug("waiting timed out after %d ms", ms);
+            qCDebug(lcSocket, "waiting timed out after %d ms", ms);
             if (timedOut)
                 *timedOut = true;
             return 0;
@@ -410,7 +414,7 @@ int FSocket::waitForMore(int ms, bool *timedOut)
         const int e = FSocketPlatform::lastError();
         if (FSocketPlatform::classify(e) == Err::Interrupted)
             continue;
-        qDebug("waiting failed with result %d", e);
+        qCDebug(lcSocket, "waiting failed with result %d", e);
         return -1;
     }
 }
