@@ -1,5 +1,7 @@
 #include "hook.h"
 
+#include "remotefunctiontable.h"
+
 #include "autprocess.h"
 #include "hookdata_p.h"
 #include "hookenvironment_p.h"
@@ -287,24 +289,62 @@ void Hook::requestDescriptorData(const QString &wrapperName)
         logLine(QStringLiteral("Request for descriptor data could not be sent"));
 }
 
-void Hook::handleSend(unsigned, const QString &function, const ArgumentList &)
+void Hook::handleSend(unsigned sender, const QString &function, const ArgumentList &args)
 {
+    TOLVEX_TRACE_HOOK() << "Processing IPC send"
+                        << "sender" << sender << "func" << function << "args.size()"
+                        << args.count();
+    const int id = RemoteFunctionTable::id(function);
+    const RemoteFunctionInfo *f = RemoteFunctionTable::info(id);
+    // Names that are not sends are dropped without a word.
+    if (!f || f->kind != RemoteFunctionInfo::Send)
+        return;
+    if (!f->acceptsArgumentCount(args.count())) {
+        logLine(RemoteFunctionTable::wrongCountMessage(id, "handleSend"));
+        return;
+    }
     // Everything after an emit may run on a deleted Hook: each branch ends there.
-    if (function == QLatin1String("initDone")) {
+    switch (id) {
+    case 40:
+        objectHandles().remoteObjectDestroyed(args.value(0).toInt());
+        break;
+    case 46:
         m_initDone = true;
         Q_EMIT initDoneReceived();
-    } else if (function == QLatin1String("exitDone")) {
+        break;
+    case 47:
         if (!m_attached)
             exitWaitTimeout();
         Q_EMIT exitDoneReceived();
-    } else if (function == QLatin1String("kill")) {
+        break;
+    case 59:
+        testData().cleanup();
+        break;
+    case 60:
         kill();
-    } else if (function == QLatin1String("close")) {
-        close();
-    } else if (function == QLatin1String("endRecordAndExit")) {
+        break;
+    case 64:
+        m_spyId = args.value(0).toInt();
+        break;
+    case 70:
         endRecordAndExit();
+        break;
+    case 93:
+        close();
+        break;
+    case 94:
+        // Only a hook in a subprocess answers to another runner.
+        if (m_subProcess)
+            m_runnerId = args.value(0).toInt();
+        break;
+    case 103:
+        m_recorderId = args.value(0).toInt();
+        break;
+    default:
+        // The other sends come with their subsystems (recording, spying,
+        // streams).
+        break;
     }
-    // Other sends are served by the remote function table.
 }
 
 void Hook::eventRecorded(const EventData &)

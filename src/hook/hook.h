@@ -70,6 +70,9 @@ public:
     AUTProcess *autProcess() const { return m_autProcess; }
     int wrapperArgument() const { return m_wrapperArgument; }
 
+    using IPCResponseHandlerIface::handleCall;
+    QVariant handleCall(unsigned sender, const QString &function,
+                        const ArgumentList &args) override;
     void handleSend(unsigned sender, const QString &function, const ArgumentList &args) override;
     void eventRecorded(const EventData &data) override;
 
@@ -99,6 +102,8 @@ private:
     void close();
     void endRecordAndExit();
     void cleanup();
+    QVariant callFunction(int id, const ArgumentList &args);
+    QVariant autInfo(const ArgumentList &args) const;
 
     std::unique_ptr<HookData> d;
     QPointer<IPC> m_ipc;

@@ -4,6 +4,7 @@
 #include "autlauncher.h"
 #include "eventloop.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtEndian>
@@ -441,3 +442,63 @@ TEST_F(HookUpTest, WithoutARunnerIdTheAUTRunsUntouched)
 }
 
 } // namespace
+
+// The object access and test data calls, against a live AUT over TCP.
+TEST_F(HookUpTest, ObjectAccessAndTestDataCallsServeAScript)
+{
+    launch();
+    hookUpFully();
+    auto call = [&](const char *function, const ArgumentList &args) {
+        ReplyCatcher reply;
+        EXPECT_GE(server.call(QString::fromLatin1(function), args, &reply), 0);
+        EXPECT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs)) << function;
+        EXPECT_TRUE(reply.result.isSuccess()) << function;
+        return reply.result.value.value(0);
+    };
+
+    // A primitive made in the AUT, read, changed in place, read again.
+    const QString wire = call("createPrimitive", {QStringLiteral("int"), 41}).toString();
+    ASSERT_TRUE(wire.endsWith(QStringLiteral(",1"))) << qPrintable(wire); // class 1 is int
+    const int id = wire.section(QLatin1Char(','), 0, 0).toInt();
+    EXPECT_EQ(call("objectToInteger", {id}).toInt(), 41);
+    call("objectFromInteger", {id, 42});
+    EXPECT_EQ(call("objectToString", {id}).toString(), QStringLiteral("42"));
+    EXPECT_GT(call("numClasses", {}).toInt(), 9);
+    EXPECT_FALSE(call("allClasses", {}).toByteArray().isEmpty());
+
+    // The server gives its handle back: the id is unknown afterwards, and a
+    // conversion of it answers "none", not 0.
+    ASSERT_GE(server.send(QStringLiteral("remoteObjectDestroyed"), {id}), 0);
+    EXPECT_FALSE(call("objectToInteger", {id}).isValid());
+    // Wrong counts and unknown names answer "none" and the AUT goes on.
+    EXPECT_FALSE(call("objectToInteger", {}).isValid());
+    EXPECT_FALSE(call("noSuchFunction", {1}).isValid());
+    EXPECT_FALSE(call("NumClasses", {}).isValid());
+
+    // Test data: put, read back, check, and cleaned up by the send.
+    const QString dir =
+        QDir::temp().filePath(QStringLiteral("tolvex-testdata-%1").arg(launcher.processId()));
+    const QString path = dir + QStringLiteral("/sub/data.txt");
+    QString encoded = QStringLiteral("1");
+    for (const char *p = "data"; *p; p += 2)
+        encoded.append(QChar(ushort(uchar(p[0]) | (uchar(p[1]) << 8))));
+    const QString written = call("testDataPut", {path, encoded, false}).toString();
+    EXPECT_EQ(written, path);
+    EXPECT_EQ(call("testDataGet", {path}).toByteArray(), QByteArray("data"));
+    EXPECT_TRUE(call("testDataExists", {path}).toBool());
+    EXPECT_FALSE(call("testDataGet", {dir + QStringLiteral("/missing")}).isValid());
+    EXPECT_FALSE(call("getLastError", {}).toString().isEmpty());
+    ASSERT_GE(server.send(QStringLiteral("testDataCleanup")), 0);
+    EXPECT_FALSE(call("testDataExists", {path}).toBool());
+    EXPECT_FALSE(QDir(dir).exists());
+
+    // Process facts.
+    EXPECT_EQ(call("getPID", {}).toLongLong(), launcher.processId());
+    EXPECT_TRUE(call("autInfo", {QStringLiteral("arguments")})
+                    .toStringList()
+                    .first()
+                    .endsWith(QStringLiteral("testaut")));
+
+    ASSERT_GE(server.kill(), 0);
+    expectCleanExit();
+}
