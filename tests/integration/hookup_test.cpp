@@ -492,6 +492,23 @@ TEST_F(HookUpTest, ObjectAccessAndTestDataCallsServeAScript)
     EXPECT_FALSE(call("testDataExists", {path}).toBool());
     EXPECT_FALSE(QDir(dir).exists());
 
+    // A property of a live toolkit object, read and written by its ids; the
+    // same object keeps its id.
+    const QString counter = call("objectByName", {0, QStringLiteral("counter")}).toString();
+    const int counterId = counter.section(QLatin1Char(','), 0, 0).toInt();
+    ASSERT_GT(counterId, 0) << qPrintable(counter);
+    EXPECT_EQ(call("objectName", {counterId}).toString(), QStringLiteral("counter"));
+    const int valueId =
+        call("getProperty", {counterId, 0}).toString().section(QLatin1Char(','), 0, 0).toInt();
+    EXPECT_EQ(call("objectToInteger", {valueId}).toInt(), 7);
+    const int newValue =
+        call("createPrimitive", {QStringLiteral("int"), 99}).toString().section(',', 0, 0).toInt();
+    EXPECT_TRUE(call("setProperty", {counterId, 0, newValue}).toBool());
+    const int readBack = call("getProperty", {counterId, 0}).toString().section(',', 0, 0).toInt();
+    EXPECT_EQ(call("objectToInteger", {readBack}).toInt(), 99);
+    EXPECT_FALSE(call("getProperty", {counterId, 5}).isValid()); // no such property
+    EXPECT_EQ(call("objectByName", {0, QStringLiteral("counter")}).toString(), counter);
+
     // Process facts.
     EXPECT_EQ(call("getPID", {}).toLongLong(), launcher.processId());
     EXPECT_TRUE(call("autInfo", {QStringLiteral("arguments")})

@@ -9,6 +9,7 @@
 //   --own-socket           connect the socket here and hand it to the agent
 //   --attached             tell the agent the test attached to a running AUT
 #include "autprocess.h"
+#include "counterkit.h"
 #include "fsocket.h"
 #include "hook.h"
 #include "wrapper.h"
@@ -59,6 +60,7 @@ int main(int argc, char **argv)
         std::setvbuf(stderr, nullptr, _IONBF, 0);
     }
     say(QStringLiteral("started"));
+    CounterKit::registerKit();
 
     // The agent does not own its wrappers; the application does, to the end.
     std::unique_ptr<TestWrapper> ownedWrapper;
