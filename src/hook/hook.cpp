@@ -305,39 +305,39 @@ void Hook::handleSend(unsigned sender, const QString &function, const ArgumentLi
     }
     // Everything after an emit may run on a deleted Hook: each branch ends there.
     switch (id) {
-    case 40:
+    case RemoteFunction::RemoteObjectDestroyed:
         objectHandles().remoteObjectDestroyed(args.value(0).toInt());
         break;
-    case 46:
+    case RemoteFunction::InitDone:
         m_initDone = true;
         Q_EMIT initDoneReceived();
         break;
-    case 47:
+    case RemoteFunction::ExitDone:
         if (!m_attached)
             exitWaitTimeout();
         Q_EMIT exitDoneReceived();
         break;
-    case 59:
+    case RemoteFunction::TestDataCleanup:
         testData().cleanup();
         break;
-    case 60:
+    case RemoteFunction::Kill:
         kill();
         break;
-    case 64:
+    case RemoteFunction::SetSpyId:
         m_spyId = args.value(0).toInt();
         break;
-    case 70:
+    case RemoteFunction::EndRecordAndExit:
         endRecordAndExit();
         break;
-    case 93:
+    case RemoteFunction::Close:
         close();
         break;
-    case 94:
+    case RemoteFunction::SetRunnerId:
         // Only a hook in a subprocess answers to another runner.
         if (m_subProcess)
             m_runnerId = args.value(0).toInt();
         break;
-    case 103:
+    case RemoteFunction::SetRecorderId:
         m_recorderId = args.value(0).toInt();
         break;
     default:

@@ -68,152 +68,153 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
     const auto arg = [&args](int i) { return args.value(i); };
     bool ok = false;
     switch (id) {
-    case 0: {
+    case RemoteFunction::NumObjects: {
         const int n = h.numObjects(arg(0).toInt());
         return n < 0 ? QVariant() : QVariant(n);
     }
-    case 1:
+    case RemoteFunction::ObjectByName:
         return h.objectToVariant(h.objectByName(arg(0).toInt(), arg(1).toString()));
-    case 2:
+    case RemoteFunction::ObjectByIndex:
         return h.objectToVariant(h.objectByIndex(arg(0).toInt(), arg(1).toInt()));
-    case 3:
+    case RemoteFunction::ObjectName:
         return stringOrNone(h.objectName(arg(0).toInt()));
-    case 4:
+    case RemoteFunction::QualifiedObjectName:
         return stringOrNone(h.qualifiedObjectName(arg(0).toInt()));
-    case 5:
+    case RemoteFunction::NumClasses:
         return Inspector::self()->numClasses();
-    case 6:
+    case RemoteFunction::AllClasses:
         return ObjectHandles::allClasses();
-    case 7:
+    case RemoteFunction::NumNamespaces:
         return Inspector::self()->numNamespaces();
-    case 8:
+    case RemoteFunction::AllNamespaces:
         return ObjectHandles::allNamespaces();
-    case 9:
+    case RemoteFunction::Invoke:
         return h.objectToVariant(h.invoke(arg(0).toInt(), arg(1).toInt(), idsFrom(args, 2)));
-    case 10:
+    case RemoteFunction::SetProperty:
         return h.setProperty(arg(0).toInt(), arg(1).toInt(), arg(2).toInt());
-    case 11:
+    case RemoteFunction::GetProperty:
         return h.objectToVariant(h.getProperty(arg(0).toInt(), arg(1).toInt()));
-    case 12: // the constructor index comes first on the wire, the class second
+    case RemoteFunction::Construct: // the constructor index comes first on the wire, the class
+                                    // second
         return h.objectToVariant(h.construct(arg(1).toInt(), arg(0).toInt(), idsFrom(args, 2)));
-    case 13:
+    case RemoteFunction::ObjectToDebugString:
         return h.objectToDebugString(arg(0).toInt());
-    case 14: {
+    case RemoteFunction::ObjectToInteger: {
         const int v = h.objectToInteger(arg(0).toInt(), &ok);
         return valueIfOk(v, ok);
     }
-    case 15: {
+    case RemoteFunction::ObjectToInt64: {
         const qlonglong v = h.objectToInt64(arg(0).toInt(), &ok);
         return valueIfOk(v, ok);
     }
-    case 16: {
+    case RemoteFunction::ObjectToString: {
         const QString v = h.objectToString(arg(0).toInt(), &ok);
         return valueIfOk(v, ok);
     }
-    case 17: {
+    case RemoteFunction::ObjectToDouble: {
         const double v = h.objectToDouble(arg(0).toInt(), &ok);
         return valueIfOk(v, ok);
     }
-    case 18: {
+    case RemoteFunction::ObjectToBoolean: {
         const bool v = h.objectToBoolean(arg(0).toInt(), &ok);
         return valueIfOk(v, ok);
     }
-    case 19:
+    case RemoteFunction::ObjectFromInteger:
         h.objectFromInteger(arg(0).toInt(), arg(1).toInt());
         return QVariant();
-    case 20:
+    case RemoteFunction::ObjectFromInt64:
         h.objectFromInt64(arg(0).toInt(), arg(1).toLongLong());
         return QVariant();
-    case 21:
+    case RemoteFunction::ObjectFromString:
         h.objectFromString(arg(0).toInt(), arg(1).toString());
         return QVariant();
-    case 22:
+    case RemoteFunction::ObjectFromDouble:
         h.objectFromDouble(arg(0).toInt(), arg(1).toDouble());
         return QVariant();
-    case 23:
+    case RemoteFunction::ObjectFromBoolean:
         h.objectFromBoolean(arg(0).toInt(), arg(1).toBool());
         return QVariant();
-    case 24:
+    case RemoteFunction::ObjectCompare:
         return h.objectCompare(arg(0).toInt(), arg(1).toInt());
-    case 25:
+    case RemoteFunction::ObjectIsNull:
         return h.objectIsNull(arg(0).toInt());
-    case 26:
+    case RemoteFunction::ObjectFind:
         return h.objectToVariant(Inspector::self()->findObject(arg(0).toString()));
-    case 31:
+    case RemoteFunction::ObjectCastTo:
         return h.objectCast(arg(0).toInt(), arg(1).toInt());
-    case 32:
+    case RemoteFunction::ObjectGlobalBounds:
         return h.objectToVariant(ObjectHandles::objectGlobalBounds(h.objectById(arg(0).toInt())));
-    case 33:
+    case RemoteFunction::ObjectReference:
         return h.objectToVariant(h.objectReference(arg(0).toInt()));
-    case 34:
+    case RemoteFunction::ObjectDereference:
         return h.objectToVariant(h.objectDereference(arg(0).toInt()));
-    case 35:
+    case RemoteFunction::Objects:
         return h.objects(arg(0).toInt());
-    case 37:
+    case RemoteFunction::CreatePrimitive:
         return h.objectToVariant(h.createPrimitive(arg(0).toString(), arg(1)));
-    case 38:
+    case RemoteFunction::CreateNull:
         return h.objectToVariant(h.createNull(arg(0).toString()));
-    case 39:
+    case RemoteFunction::GetVoidObject:
         return h.objectToVariant(h.getVoidObject());
-    case 41:
+    case RemoteFunction::GetObjectAttribute:
         return h.getObjectAttribute(arg(0).toInt());
-    case 42:
+    case RemoteFunction::CanConvertTo:
         return h.canConvertTo(arg(0).toInt(), arg(1).toInt(), arg(2).toBool(), arg(3).toBool());
-    case 43:
+    case RemoteFunction::ConvertTo:
         return h.objectToVariant(
             h.convertTo(arg(0).toInt(), arg(1).toInt(), arg(2).toInt(), arg(3).toBool()));
-    case 44:
+    case RemoteFunction::ConvertToInterface:
         return h.objectToVariant(
             h.convertToInterface(arg(0).toInt(), arg(1).toInt(), arg(2).toString()));
-    case 55: {
+    case RemoteFunction::TestDataPut: {
         const QString path = testData().put(arg(0).toString(), arg(1).toString(), arg(2).toBool());
         return path.isEmpty() ? QVariant() : QVariant(path);
     }
-    case 56: {
+    case RemoteFunction::TestDataGet: {
         const auto [bytes, error] = testData().get(arg(0).toString());
         if (error.isEmpty())
             return bytes;
         Inspector::self()->setError(error);
         return QVariant();
     }
-    case 57:
+    case RemoteFunction::TestDataRemove:
         testData().remove(arg(0).toString());
         return QVariant();
-    case 58:
+    case RemoteFunction::TestDataExists:
         return testData().exists(arg(0).toString());
-    case 66:
+    case RemoteFunction::AddToObjectMap:
         if (m_objectMap)
             m_objectMap->add(ObjectName(arg(0).toString()), arg(1).toString());
         return QVariant();
-    case 69:
+    case RemoteFunction::GetLastError:
         return Inspector::self()->lastError();
-    case 77:
+    case RemoteFunction::GetUsedMemory:
         return m_autProcess ? QVariant(qlonglong(m_autProcess->usedMemory())) : QVariant();
-    case 78:
+    case RemoteFunction::GetTotalTime:
         return m_autProcess ? QVariant(qlonglong(m_autProcess->totalTime())) : QVariant();
-    case 79:
+    case RemoteFunction::GetPID:
         return m_autProcess ? QVariant(m_autProcess->processId()) : QVariant();
-    case 80:
+    case RemoteFunction::GetCWD:
         return m_autProcess ? QVariant(m_autProcess->workingDirectory()) : QVariant();
-    case 81:
+    case RemoteFunction::AutInfo:
         return autInfo(args);
-    case 87:
+    case RemoteFunction::ReadStdout:
         return m_autProcess ? QVariant(m_autProcess->readStdout()) : QVariant();
-    case 88:
+    case RemoteFunction::ReadStderr:
         return m_autProcess ? QVariant(m_autProcess->readStderr()) : QVariant();
-    case 89:
+    case RemoteFunction::GetOSName:
         return m_autProcess ? QVariant(m_autProcess->osName()) : QVariant();
-    case 101: {
+    case RemoteFunction::GetUnmatchedProperties: {
         QVariantMap unmatched;
         const QMap<QString, QList<QString>> map = Inspector::self()->unmatchedProperties();
         for (auto it = map.cbegin(); it != map.cend(); ++it)
             unmatched.insert(it.key(), QStringList(it.value()));
         return unmatched;
     }
-    case 102:
+    case RemoteFunction::SetError:
         Inspector::self()->setError(arg(0).toString());
         return QVariant();
-    case 110:
+    case RemoteFunction::Parent:
         return h.objectToVariant(h.parent(arg(0).toInt()));
     default:
         // Readiness, spying, screenshots, native input and the rest come

@@ -210,23 +210,23 @@ QString RemoteFunctionTable::wrongCountMessage(int id, const char *handler)
     QString where = QString::fromLatin1(handler);
     QString tail = QStringLiteral(": wrong number of arguments");
     switch (id) {
-    case 28: // objectReady2 shares the words of objectReady
-        symbol = symbolOf(27);
+    case RemoteFunction::ObjectReady2: // shares the words of objectReady
+        symbol = symbolOf(RemoteFunction::ObjectReady);
         break;
-    case 95: // setRecorderFilter
+    case RemoteFunction::SetRecorderFilter:
         symbol = QStringLiteral("F_SetRecordFilter");
         break;
-    case 105: // keyPress
-    case 106: // mousePress
+    case RemoteFunction::KeyPress:
+    case RemoteFunction::MousePress:
         tail = QStringLiteral(": number of arguments is wrong");
         break;
-    case 118: // rawScrollEvent shares rawMouseEvent's words
-        symbol = symbolOf(117);
+    case RemoteFunction::RawScrollEvent: // shares rawMouseEvent's words
+        symbol = symbolOf(RemoteFunction::RawMouseEvent);
         break;
-    case 119: // rawKeycodeEvent shares rawKeyEvent's words
-        symbol = symbolOf(120);
+    case RemoteFunction::RawKeycodeEvent: // shares rawKeyEvent's words
+        symbol = symbolOf(RemoteFunction::RawKeyEvent);
         break;
-    case 125: // configureBinaryStream says handleSend although it is a call
+    case RemoteFunction::ConfigureBinaryStream: // says handleSend although it is a call
         where = QStringLiteral("handleSend");
         break;
     default:
