@@ -3,6 +3,7 @@
 #include "remotefunctiontable.h"
 
 #include "autprocess.h"
+#include "classregistrar.h"
 #include "hookdata_p.h"
 #include "hookenvironment_p.h"
 #include "inspector.h"
@@ -139,6 +140,7 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     s_instance = this;
 
     Inspector::self()->setEventNotifyDelegate(this);
+    ClassRegistrar::setBatchHandler(&Hook::sendLateClasses);
     connect(&m_exitWaitTimer, &QTimer::timeout, this, &Hook::exitWaitTimeout);
     connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
     // The endpoint's peerGone drops the binary transmissions of that peer once
@@ -170,8 +172,10 @@ void Hook::cleanup()
     delete m_autProcess;
     m_autProcess = nullptr;
     d->testData.cleanup();
-    if (s_instance == this)
+    if (s_instance == this) {
         s_instance = nullptr;
+        ClassRegistrar::setBatchHandler(nullptr);
+    }
     d->objects.clearObjectDict();
     // The binary transmissions are dropped here with the streams.
     Inspector *inspector = Inspector::self();
@@ -340,17 +344,46 @@ void Hook::handleSend(unsigned sender, const QString &function, const ArgumentLi
     case RemoteFunction::SetRecorderId:
         m_recorderId = args.value(0).toInt();
         break;
+    case RemoteFunction::SendEvent:
+        sendEvent(args);
+        break;
+    case RemoteFunction::BlockGUI:
+        m_guiBlocked = args.value(0).toBool();
+        Q_EMIT guiBlockedChanged(m_guiBlocked);
+        break;
+    case RemoteFunction::SetObjectMap:
+        setObjectMap(args.value(0).toString());
+        break;
+    case RemoteFunction::SetEventRecordingEnabled:
+        setEventRecordingEnabled(args.value(0).toBool());
+        break;
+    case RemoteFunction::SetDisableEventCompression:
+        setDisableEventCompression();
+        break;
+    case RemoteFunction::RequestAnswer:
+        if (m_ipc)
+            m_ipc->send(unsigned(m_runnerId), QStringLiteral("answer"), {});
+        break;
+    case RemoteFunction::NamingScheme:
+        setNamingScheme(args.value(0).toInt());
+        break;
+    case RemoteFunction::ObjectDescriptorData:
+        addObjectDescriptorData(args.value(0).toByteArray());
+        break;
+    case RemoteFunction::StopRecord:
+        stopRecord();
+        break;
+    case RemoteFunction::Inspecting:
+        m_inspecting = args.value(0).toBool();
+        Q_EMIT inspectingChanged(m_inspecting);
+        break;
+    case RemoteFunction::TestSuiteVersion:
+        m_testSuiteVersion = args.value(0).toInt();
+        break;
     default:
-        // The other sends come with their subsystems (recording, spying,
-        // streams).
+        // Spying, highlighting and streams come with their subsystems.
         break;
     }
-}
-
-void Hook::eventRecorded(const EventData &)
-{
-    // Recorded events go to the recorder or the runner with event recording;
-    // until then there is nobody to hand them to.
 }
 
 void Hook::notifyApplicationExit()

@@ -15,6 +15,9 @@ class FSocket;
 namespace Tolvex {
 
 class AUTProcess;
+class Method;
+class Namespace;
+class ObjectList;
 class ObjectHandles;
 class ObjectMap;
 class PlatformPlugin;
@@ -70,6 +73,58 @@ public:
     AUTProcess *autProcess() const { return m_autProcess; }
     int wrapperArgument() const { return m_wrapperArgument; }
 
+    // The first wrapper, in the order they were added, that owns the object.
+    Wrapper *wrapperForObject(SharedPtr<Object> object) const;
+
+    // Lookup with readiness. None of them waits: a null answer means "not
+    // (yet) there or not ready", the server retries, and the Inspector's
+    // error tells why.
+    SharedPtr<Object> objectFind(const QString &name);
+    SharedPtr<Object> getObjectIfReady(const QString &name);
+    SharedPtr<Object> getObjectIfReady(SharedPtr<Object> object);
+    SharedPtr<Object> getObjectItemIfReady(const QString &name, const QString &text);
+    SharedPtr<Object> getObjectItemIfReady(SharedPtr<Object> object, const QString &text);
+    SharedPtr<Object> getObjectItemIfReady(const QString &name, int row, int column);
+    SharedPtr<Object> getObjectItemIfReady(SharedPtr<Object> object, int row, int column);
+
+    // Names. A new object map invalidates every wrapper's reused names.
+    void setObjectMap(const QString &text);
+    void addToObjectMap(const QString &realName, const QString &symbolicName);
+    // The multi-property name of the object a name finds, under a naming
+    // scheme; the name unchanged when it finds nothing.
+    QString convertName(const QString &name, int scheme);
+    int namingScheme() const { return m_namingScheme; }
+    void setNamingScheme(int scheme);
+    void addObjectDescriptorData(const QByteArray &data);
+
+    // Recording. Events go to the recorder if there is one, else to the runner.
+    void recordEvent(const EventData &data) const;
+    void logEvent(const EventData &data);
+    void logResult(int resultType, const QString &text);
+    void setEventRecordingEnabled(bool on);
+    void enableEventCompression(const QString &event, bool on);
+    bool eventCompressionEnabled(const QString &event);
+    void setDisableEventCompression();
+    void stopRecord();
+
+    // Calls into the running test script.
+    void sendCallBack(const QString &handler, const ObjectList &objects);
+    void pauseExecution();
+    // A wrapper call that finishes later: the script waits from begin to finish.
+    void beginAsyncCall();
+    void finishAsyncCallWithResult(SharedPtr<Object> result);
+    void finishAsyncVoidCall(bool withoutResult);
+    int asyncCallDepth() const { return m_asyncCallDepth; }
+
+    // Classes and namespaces made after the server read them all.
+    void registerClasses(int firstId);
+    void registerNamespace(Namespace *ns);
+    void registerGlobalMethod(const Method *method);
+
+    bool isGuiBlocked() const { return m_guiBlocked; }
+    bool isInspecting() const { return m_inspecting; }
+    int testSuiteVersion() const { return m_testSuiteVersion; }
+
     using IPCResponseHandlerIface::handleCall;
     QVariant handleCall(unsigned sender, const QString &function,
                         const ArgumentList &args) override;
@@ -82,6 +137,11 @@ Q_SIGNALS:
     void initDoneReceived();
     void exitDoneReceived();
     void objectDescriptorDataReceived(const QByteArray &data);
+    void namingSchemeChanged(int scheme);
+    // A script installed a handler for this event: wrappers start watching it.
+    void eventHandlerRegistered(const QString &event);
+    void guiBlockedChanged(bool blocked);
+    void inspectingChanged(bool inspecting);
 
 public Q_SLOTS:
     void notifyApplicationExit();
@@ -92,6 +152,8 @@ private:
     Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
          PlatformPlugin *platformPlugin, int wrapperArgument);
 
+    // The end of a ClassRegistrar batch: the classes the runner lacks go out.
+    static void sendLateClasses();
     static Hook *construct(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
                            PlatformPlugin *platformPlugin, int wrapperArgument);
     // False when the Hook was deleted on the way; then no member may be touched.
@@ -104,6 +166,11 @@ private:
     void cleanup();
     QVariant callFunction(int id, const ArgumentList &args);
     QVariant autInfo(const ArgumentList &args) const;
+    QVariant installEventHandler(int function, const ArgumentList &args);
+    void sendEvent(const ArgumentList &args);
+    // Sends to the recorder if there is a real one, else to the runner.
+    void sendToRecorder(const QString &function, const ArgumentList &args) const;
+    void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);
 
     std::unique_ptr<HookData> d;
     QPointer<IPC> m_ipc;
@@ -120,6 +187,12 @@ private:
     bool m_exitNotified = false;
     AUTProcess *m_autProcess;
     int m_wrapperArgument;
+    int m_namingScheme = 0;
+    int m_asyncCallDepth = 0;
+    int m_testSuiteVersion = 0;
+    bool m_guiBlocked = false;
+    bool m_inspecting = false;
+    QString m_lastLogged;
 
     static Hook *s_instance;
 };

@@ -82,8 +82,16 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
         return stringOrNone(h.qualifiedObjectName(arg(0).toInt()));
     case RemoteFunction::NumClasses:
         return Inspector::self()->numClasses();
-    case RemoteFunction::AllClasses:
+    case RemoteFunction::AllClasses: {
+        // From here on classes made later are sent as they come; the first
+        // read is what the runner knows, every read what the spy knows.
+        const int count = Inspector::self()->numClasses();
+        if (!d->classesRequested)
+            d->runnerClassCount = count;
+        d->spyClassCount = count;
+        d->classesRequested = true;
         return ObjectHandles::allClasses();
+    }
     case RemoteFunction::NumNamespaces:
         return Inspector::self()->numNamespaces();
     case RemoteFunction::AllNamespaces:
@@ -139,7 +147,22 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
     case RemoteFunction::ObjectIsNull:
         return h.objectIsNull(arg(0).toInt());
     case RemoteFunction::ObjectFind:
-        return h.objectToVariant(Inspector::self()->findObject(arg(0).toString()));
+        return h.objectToVariant(objectFind(arg(0).toString()));
+    case RemoteFunction::ObjectReady:
+        return h.objectToVariant(getObjectIfReady(arg(0).toString()));
+    case RemoteFunction::ObjectReady2:
+        return h.objectToVariant(getObjectIfReady(h.objectById(arg(0).toInt())));
+    case RemoteFunction::GetObjectItemIfReady:
+        return h.objectToVariant(getObjectItemIfReady(arg(0).toString(), arg(1).toString()));
+    case RemoteFunction::GetObjectItemIfReady2:
+        return h.objectToVariant(
+            getObjectItemIfReady(h.objectById(arg(0).toInt()), arg(1).toString()));
+    case RemoteFunction::GetObjectItemByRowColIfReady:
+        return h.objectToVariant(
+            getObjectItemIfReady(arg(0).toString(), arg(1).toInt(), arg(2).toInt()));
+    case RemoteFunction::GetObjectItemByRowColIfReady2:
+        return h.objectToVariant(
+            getObjectItemIfReady(h.objectById(arg(0).toInt()), arg(1).toInt(), arg(2).toInt()));
     case RemoteFunction::ObjectCastTo:
         return h.objectCast(arg(0).toInt(), arg(1).toInt());
     case RemoteFunction::ObjectGlobalBounds:
@@ -166,6 +189,27 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
     case RemoteFunction::ConvertToInterface:
         return h.objectToVariant(
             h.convertToInterface(arg(0).toInt(), arg(1).toInt(), arg(2).toString()));
+    case RemoteFunction::AddPropertyDelegate:
+        Inspector::self()->addPropertyDelegate(arg(0).toString(), arg(1).toStringList());
+        return QVariant();
+    case RemoteFunction::SetUniqueProperty:
+        Inspector::self()->setUniqueProperty(arg(0).toString(), arg(1).toString());
+        return QVariant();
+    case RemoteFunction::SetExtensionCode:
+        Inspector::self()->setExtensionCode(arg(0).toString(), arg(1).toString());
+        return QVariant();
+    case RemoteFunction::SetMouseTracking:
+        Inspector::self()->setMouseTracking(arg(0).toString(), arg(1).toBool());
+        return QVariant();
+    case RemoteFunction::SetRecordMouseDrag:
+        Inspector::self()->setRecordMouseDrag(arg(0).toString(), arg(1).toBool());
+        return QVariant();
+    case RemoteFunction::SetAllowKeyEventCompression:
+        Inspector::self()->setAllowKeyEventCompression(arg(0).toString(), arg(1).toBool());
+        return QVariant();
+    case RemoteFunction::EnableEventCompression:
+        enableEventCompression(arg(0).toString(), arg(1).toBool());
+        return QVariant();
     case RemoteFunction::TestDataPut: {
         const QString path = testData().put(arg(0).toString(), arg(1).toString(), arg(2).toBool());
         return path.isEmpty() ? QVariant() : QVariant(path);
@@ -183,11 +227,17 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
     case RemoteFunction::TestDataExists:
         return testData().exists(arg(0).toString());
     case RemoteFunction::AddToObjectMap:
-        if (m_objectMap)
-            m_objectMap->add(ObjectName(arg(0).toString()), arg(1).toString());
+        addToObjectMap(arg(0).toString(), arg(1).toString());
         return QVariant();
     case RemoteFunction::GetLastError:
         return Inspector::self()->lastError();
+    case RemoteFunction::InstallEventHandler1:
+    case RemoteFunction::UninstallEventHandler1:
+    case RemoteFunction::InstallEventHandler2:
+    case RemoteFunction::UninstallEventHandler2:
+    case RemoteFunction::InstallEventHandler3:
+    case RemoteFunction::UninstallEventHandler3:
+        return installEventHandler(id, args);
     case RemoteFunction::GetUsedMemory:
         return m_autProcess ? QVariant(qlonglong(m_autProcess->usedMemory())) : QVariant();
     case RemoteFunction::GetTotalTime:
@@ -204,6 +254,11 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
         return m_autProcess ? QVariant(m_autProcess->readStderr()) : QVariant();
     case RemoteFunction::GetOSName:
         return m_autProcess ? QVariant(m_autProcess->osName()) : QVariant();
+    case RemoteFunction::SetRecorderFilter:
+        Inspector::self()->setRecorderFilter(arg(0).toString(), arg(1).toString());
+        return QVariant();
+    case RemoteFunction::ConvertName:
+        return convertName(arg(0).toString(), arg(1).toString().toInt());
     case RemoteFunction::GetUnmatchedProperties: {
         QVariantMap unmatched;
         const QMap<QString, QList<QString>> map = Inspector::self()->unmatchedProperties();
@@ -217,8 +272,8 @@ QVariant Hook::callFunction(int id, const ArgumentList &args)
     case RemoteFunction::Parent:
         return h.objectToVariant(h.parent(arg(0).toInt()));
     default:
-        // Readiness, spying, screenshots, native input and the rest come
-        // with their subsystems.
+        // Spying, highlighting, screenshots, native input, dumps and
+        // streams come with their subsystems.
         logLine(QStringLiteral("Hook::handleCall: unhandled function ") +
                 QString::fromLatin1(RemoteFunctionTable::info(id)->name));
         return QVariant();

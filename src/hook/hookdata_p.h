@@ -27,6 +27,13 @@ struct HookData
     PlatformPlugin *platformPlugin = nullptr;
     // What test scripts put on this machine, removed when the AUT leaves.
     TestDataStore testData;
+    // Classes the runner and the spy know, counted from class id 0. Late
+    // classes are sent only once the server has asked for all classes.
+    int runnerClassCount = 0;
+    int spyClassCount = 0;
+    bool classesRequested = false;
+    // Numbers the callbacks into the script, across the process.
+    static inline int callBackSequence = 0;
 };
 
 } // namespace Tolvex

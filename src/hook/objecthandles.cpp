@@ -489,11 +489,16 @@ SharedPtr<Object> ObjectHandles::getVoidObject() const
 
 QByteArray ObjectHandles::allClasses()
 {
+    return classesFrom(0);
+}
+
+QByteArray ObjectHandles::classesFrom(int firstId)
+{
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
     out.setVersion(MetadataStreamVersion);
     Inspector *inspector = Inspector::self();
-    for (int i = 0; i < inspector->numClasses(); ++i)
+    for (int i = qMax(0, firstId); i < inspector->numClasses(); ++i)
         if (const Class *c = inspector->type(i))
             c->writeObject(out);
     return bytes;

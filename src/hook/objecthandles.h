@@ -87,6 +87,8 @@ public:
 
     // The metadata the server fetches: every class, every namespace.
     static QByteArray allClasses();
+    // The wire form of the classes from this id on, in id order.
+    static QByteArray classesFrom(int firstId);
     static QByteArray allNamespaces();
 
 private:

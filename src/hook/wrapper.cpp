@@ -1,16 +1,176 @@
 #include "wrapper.h"
 
+#include "inspector.h"
+#include "objectmap.h"
+#include "objectname.h"
+#include "property.h"
+#include "trace.h"
+
 #include <QCoreApplication>
+#include <QHash>
 
 namespace Tolvex {
 
-Wrapper::Wrapper(QObject *parent) : QObject(parent) {}
+namespace {
+
+// A name worked out for an object: the object map's name to reuse, or null
+// when the map has none. The entry keeps its object alive, so the identity
+// test cannot meet a reused address.
+struct CachedName
+{
+    SharedPtr<Object> object;
+    QString name;
+};
+
+QString notReadyReason()
+{
+    const QString error = Inspector::self()->lastError();
+    return error.isEmpty() ? Wrapper::unknownNotReadyText() : error;
+}
+
+} // namespace
+
+struct WrapperData
+{
+    WrapperData() { names.reserve(1009); }
+
+    // By real name; objects of equal real names share one list.
+    QHash<QString, QList<CachedName>> names;
+};
+
+Wrapper::Wrapper(QObject *parent) : QObject(parent), d(std::make_unique<WrapperData>()) {}
 
 Wrapper::~Wrapper() = default;
+
+FunctionCallResult<void> Wrapper::checkObjectReady(SharedPtr<Object> object)
+{
+    if (isObjectReady(object))
+        return {};
+    return FunctionCallResult<void>::failure(notReadyReason());
+}
+
+FunctionCallResult<SharedPtr<Object>> Wrapper::getReadyObjectItem(SharedPtr<Object> object, int row,
+                                                                  int column)
+{
+    SharedPtr<Object> item = getObjectItemIfReady(object, row, column);
+    if (!item)
+        return FunctionCallResult<SharedPtr<Object>>::failure(notReadyReason());
+    return item;
+}
+
+FunctionCallResult<SharedPtr<Object>> Wrapper::getReadyObjectItem(SharedPtr<Object> object,
+                                                                  const QString &text)
+{
+    SharedPtr<Object> item = getObjectItemIfReady(object, text);
+    if (!item)
+        return FunctionCallResult<SharedPtr<Object>>::failure(notReadyReason());
+    return item;
+}
+
+bool Wrapper::isObjectItemReady(SharedPtr<Object>, int, int)
+{
+    return true;
+}
+
+bool Wrapper::isObjectItemReady(SharedPtr<Object>, const QString &)
+{
+    return true;
+}
+
+SharedPtr<Object> Wrapper::getObjectItemIfReady(SharedPtr<Object> object, int row, int column)
+{
+    if (!isObjectItemReady(object, row, column))
+        return nullptr;
+    return Inspector::self()->createPrimitive(notWrappedItemText());
+}
+
+SharedPtr<Object> Wrapper::getObjectItemIfReady(SharedPtr<Object> object, const QString &text)
+{
+    if (!isObjectItemReady(object, text))
+        return nullptr;
+    return Inspector::self()->createPrimitive(notWrappedItemText());
+}
+
+void Wrapper::propertyValues(QList<ObjectPropertyValue>::iterator begin,
+                             QList<ObjectPropertyValue>::iterator end)
+{
+    for (auto it = begin; it != end; ++it)
+        it->result = it->property ? it->property->get(it->object) : nullptr;
+}
+
+QString Wrapper::getExistingRealName(SharedPtr<Object> object, const QString &realName)
+{
+    if (!object || !ObjectMap::isMultiPropertyName(realName))
+        return QString();
+    TOLVEX_TRACE_NAMEREUSE() << "performing lookup for name " << realName << object->className();
+
+    auto cached = d->names.constFind(realName);
+    if (cached != d->names.cend()) {
+        TOLVEX_TRACE_NAMEREUSE() << "have cached names for this realname"
+                                 << "names.size()" << cached->size();
+        for (const CachedName &entry : *cached) {
+            if (object->sameAs(entry.object)) {
+                TOLVEX_TRACE_NAMEREUSE() << "reusing real name " << entry.name;
+                return entry.name;
+            }
+        }
+    }
+
+    const auto remember = [this, &object, &realName](const QString &name) {
+        d->names[realName].append(CachedName{object, name});
+        return name;
+    };
+
+    const ObjectMap *map = ObjectMap::self();
+    const QList<ObjectName> entries = map ? map->objectNames() : QList<ObjectName>();
+    const ObjectName wanted(parseNameByProperties(realName, nullptr));
+    for (const ObjectName &entry : entries) {
+        if (entry.isMultiProperty() && entry == wanted)
+            return remember(entry.qualifiedName());
+    }
+
+    TOLVEX_TRACE_NAMEREUSE() << "scanning " << entries.size()
+                             << " object map entries for same realname";
+    TOLVEX_TRACE_NAMEREUSE()
+        << "scanning object map entries for name which resolves to given object, ";
+    const QMap<QString, PropertyValue> wantedProperties = wanted.properties();
+    for (const ObjectName &entry : entries) {
+        if (!entry.isMultiProperty() || !possibleNameMatch(entry.properties(), wantedProperties))
+            continue;
+        const QString name = entry.qualifiedName();
+        SharedPtr<Object> candidate = findObject(name);
+        // A candidate that finds nothing is no error of the caller's.
+        Inspector::self()->setError(QString());
+        if (candidate && object->sameAs(candidate)) {
+            TOLVEX_TRACE_NAMEREUSE() << "reusing real name " << name;
+            return remember(name);
+        }
+    }
+
+    // Remembered as "no name", so the scan is not repeated for this object.
+    TOLVEX_TRACE_NAMEREUSE() << "failed to find any known name to reuse";
+    return remember(QString());
+}
+
+SharedPtr<Object> Wrapper::findObject(const QString &name)
+{
+    return Inspector::self()->findObject(name);
+}
+
+bool Wrapper::possibleNameMatch(const QMap<QString, PropertyValue> &,
+                                const QMap<QString, PropertyValue> &) const
+{
+    return true;
+}
 
 void Wrapper::exitAUT(int code)
 {
     QCoreApplication::exit(code);
+}
+
+void Wrapper::clearCachedObjectNames()
+{
+    d->names.clear();
 }
 
 void Wrapper::parseDescriptorData(const QByteArray &) {}

@@ -48,6 +48,8 @@ public:
     QStringList symbolicNames() const;
     // The real names in the order of symbolicNames(), so the two lists pair up by index.
     QStringList realNames() const;
+    // Every real name once, in the order of the names themselves.
+    QList<ObjectName> objectNames() const { return m_realToSymbolic.keys(); }
     bool contains(const QString &symbolicName) const
     {
         return m_symbolicToReal.contains(symbolicName);

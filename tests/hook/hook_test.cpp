@@ -22,6 +22,10 @@ class NamedWrapper : public Wrapper
 {
 public:
     QString wrapperName() const override { return QStringLiteral("named"); }
+    bool ownsObject(SharedPtr<Object>) const override { return false; }
+    bool isObjectReady(SharedPtr<Object>) override { return true; }
+    void spyModeChanged(bool) override {}
+    void recordingStopped() override {}
 };
 
 // What the log stream receives while it lives.

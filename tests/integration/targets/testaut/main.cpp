@@ -19,28 +19,9 @@
 #include <QTimer>
 
 #include <cstdio>
-#include <iostream>
 #include <memory>
 
-namespace {
-
-void say(const QString &text)
-{
-    std::cout << text.toStdString() << std::endl;
-}
-
-class TestWrapper : public Tolvex::Wrapper
-{
-public:
-    QString wrapperName() const override { return QStringLiteral("testwrapper"); }
-    void exitAUT(int code) override
-    {
-        say(QStringLiteral("exitAUT %1").arg(code));
-        Tolvex::Wrapper::exitAUT(code);
-    }
-};
-
-} // namespace
+using CounterKit::say;
 
 int main(int argc, char **argv)
 {
@@ -60,13 +41,12 @@ int main(int argc, char **argv)
         std::setvbuf(stderr, nullptr, _IONBF, 0);
     }
     say(QStringLiteral("started"));
-    CounterKit::registerKit();
 
     // The agent does not own its wrappers; the application does, to the end.
-    std::unique_ptr<TestWrapper> ownedWrapper;
+    std::unique_ptr<CounterKit::KitWrapper> ownedWrapper;
     if (!args.contains(QStringLiteral("--no-wrapper")))
-        ownedWrapper = std::make_unique<TestWrapper>();
-    TestWrapper *wrapper = ownedWrapper.get();
+        ownedWrapper = std::make_unique<CounterKit::KitWrapper>();
+    CounterKit::KitWrapper *wrapper = ownedWrapper.get();
     Tolvex::Hook *hook = nullptr;
     if (args.contains(QStringLiteral("--own-socket"))) {
         auto *socket = new FSocket;
@@ -83,6 +63,8 @@ int main(int argc, char **argv)
     if (!hook) {
         say(QStringLiteral("no hook"));
     } else {
+        if (wrapper)
+            wrapper->attach(hook);
         if (args.contains(QStringLiteral("--attached")))
             hook->setAttached(true);
         // The depth left behind tells whether exitDone ended the exit wait.

@@ -1,0 +1,297 @@
+// What the Hook sends on its own: recorded events and log lines for the
+// recorder, callbacks and asynchronous results for the running script, and
+// classes made after the server read them all.
+
+#include "hook.h"
+
+#include "class.h"
+#include "classregistrar.h"
+#include "event.h"
+#include "eventdata.h"
+#include "hookdata_p.h"
+#include "hookenvironment_p.h"
+#include "inspector.h"
+#include "method.h"
+#include "namespace.h"
+#include "objecthandles.h"
+#include "remotefunctiontable.h"
+#include "trace.h"
+#include "wrapper.h"
+
+#include <QDataStream>
+#include <QIODevice>
+
+namespace Tolvex {
+
+using HookEnvironment::logLine;
+
+namespace {
+
+// The stream version of events and metadata on the wire.
+constexpr int EventStreamVersion = 3;
+
+template <typename T> QByteArray serialized(const T &value)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(EventStreamVersion);
+    value.writeObject(out);
+    return bytes;
+}
+
+} // namespace
+
+void Hook::sendToRecorder(const QString &function, const ArgumentList &args) const
+{
+    if (!m_ipc)
+        return;
+    // A recorder id equal to the runner's is no recorder of its own.
+    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
+    m_ipc->send(unsigned(realRecorder ? m_recorderId : m_runnerId), function, args);
+}
+
+void Hook::eventRecorded(const EventData &data)
+{
+    recordEvent(data);
+}
+
+void Hook::recordEvent(const EventData &data) const
+{
+    sendToRecorder(QStringLiteral("recordEvent"), {serialized(data)});
+}
+
+void Hook::logEvent(const EventData &data)
+{
+    QString text;
+    switch (data.type()) {
+    case EventData::EventType:
+        text = data.eventName();
+        // Key and mouse events are the recording itself; logging them too
+        // would only repeat it.
+        if (text == QLatin1String("QKeyEvent") || text == QLatin1String("QMouseEvent"))
+            return;
+        break;
+    case EventData::MethodType:
+    case EventData::FunctionType:
+        text = data.methodName();
+        break;
+    default:
+        return;
+    }
+    // A repeat is swallowed once, so a run of equal events logs every other.
+    if (text == m_lastLogged) {
+        m_lastLogged = QString();
+        return;
+    }
+    m_lastLogged = text;
+    if (!m_ipc)
+        return;
+    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
+    m_ipc->broadcast(QStringLiteral("log"), {realRecorder ? m_recorderId : m_runnerId, text});
+}
+
+void Hook::logResult(int resultType, const QString &text)
+{
+    if (m_ipc)
+        m_ipc->send(unsigned(m_runnerId), QStringLiteral("logResult"), {resultType, text});
+}
+
+void Hook::setEventRecordingEnabled(bool on)
+{
+    Inspector::self()->setEventRecordingEnabled(on);
+    // Processes this one starts record, or not, the same way.
+    qputenv("TOLVEX_RECORD", on ? "1" : "0");
+    Q_EMIT notifyEventRecordingEnabled(on);
+}
+
+void Hook::enableEventCompression(const QString &event, bool on)
+{
+    d->eventCompression[event] = on;
+}
+
+bool Hook::eventCompressionEnabled(const QString &event)
+{
+    const auto it = d->eventCompression.constFind(event);
+    if (it != d->eventCompression.cend())
+        return *it;
+    // The default, entered as true if someone removed it.
+    return d->eventCompression.insert(QStringLiteral("*"), true).value();
+}
+
+void Hook::setDisableEventCompression()
+{
+    d->eventCompression[QStringLiteral("*")] = false;
+}
+
+void Hook::stopRecord()
+{
+    QPointer<Hook> guard(this);
+    const QList<Wrapper *> wrappers = d->wrappers;
+    for (Wrapper *wrapper : wrappers) {
+        wrapper->recordingStopped();
+        if (!guard)
+            return;
+    }
+    if (m_ipc)
+        sendToRecorder(QStringLiteral("recordingSubmitted"), {m_ipc->appId()});
+}
+
+QVariant Hook::installEventHandler(int function, const ArgumentList &args)
+{
+    Inspector *inspector = Inspector::self();
+    const QString event =
+        args.value(function <= RemoteFunction::UninstallEventHandler2 ? 1 : 0).toString();
+    const QString callback =
+        args.value(function <= RemoteFunction::UninstallEventHandler2 ? 2 : 1).toString();
+    switch (function) {
+    case RemoteFunction::InstallEventHandler1:
+    case RemoteFunction::UninstallEventHandler1: {
+        const bool install = function == RemoteFunction::InstallEventHandler1;
+        SharedPtr<Object> object = objectHandles().objectById(args.value(0).toInt());
+        if (!object) {
+            logLine(
+                install
+                    ? QStringLiteral("Hook::handleCall: F_InstallEventHandler1: Invalid object")
+                    : QStringLiteral("Hook::handleCall: F_UninstallEventHandler1: Invalid object"));
+            return false;
+        }
+        if (!install) {
+            inspector->uninstallObjectEventHandler(object, event, callback);
+            return true;
+        }
+        inspector->installObjectEventHandler(object, event, callback);
+        break;
+    }
+    case RemoteFunction::InstallEventHandler2:
+        inspector->installClassEventHandler(args.value(0).toString(), event, callback);
+        break;
+    case RemoteFunction::UninstallEventHandler2:
+        inspector->uninstallClassEventHandler(args.value(0).toString(), event, callback);
+        return true;
+    case RemoteFunction::InstallEventHandler3:
+        inspector->installGlobalEventHandler(event, callback);
+        break;
+    case RemoteFunction::UninstallEventHandler3:
+        inspector->uninstallGlobalEventHandler(event, callback);
+        return true;
+    default:
+        return QVariant();
+    }
+    // The answer is built before the signal: a slot may delete this Hook.
+    Q_EMIT eventHandlerRegistered(event);
+    return true;
+}
+
+void Hook::sendEvent(const ArgumentList &args)
+{
+    const Class *global = Inspector::self()->globalClass();
+    const Event *event = global ? global->event(args.value(0).toInt()) : nullptr;
+    if (!event) {
+        logLine(QStringLiteral("Hook::sendEvent: invalid event"));
+        return;
+    }
+    ObjectHandles &handles = objectHandles();
+    SharedPtr<Object> receiver = handles.objectById(args.value(1).toInt());
+    if (!receiver) {
+        logLine(QStringLiteral("Hook::sendEvent: invalid receiver"));
+        return;
+    }
+    ObjectList objects;
+    for (int i = 2; i < args.count(); ++i)
+        objects << handles.objectById(args.at(i).toInt());
+    Inspector::self()->sendEvent(event, receiver, objects);
+}
+
+void Hook::sendCallBack(const QString &handler, const ObjectList &objects)
+{
+    const int sequence = HookData::callBackSequence++;
+    if (!m_ipc)
+        return;
+    ArgumentList args{handler};
+    ObjectHandles &handles = objectHandles();
+    for (const SharedPtr<Object> &object : objects)
+        args.append(handles.objectToVariant(object));
+    args.append(m_ipc->appId());
+    args.append(sequence);
+    // Not a blocking call: a wrapper that needs the script's answer waits in
+    // its own loop.
+    m_ipc->send(unsigned(m_runnerId), QStringLiteral("callBack"), args);
+}
+
+void Hook::pauseExecution()
+{
+    if (m_ipc)
+        m_ipc->send(unsigned(m_runnerId), QStringLiteral("pauseExecution"), {});
+}
+
+void Hook::beginAsyncCall()
+{
+    ++m_asyncCallDepth;
+    if (m_ipc)
+        m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinish"), {});
+}
+
+void Hook::finishAsyncCallWithResult(SharedPtr<Object> result)
+{
+    m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
+    if (m_ipc)
+        m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinishDone"),
+                    {objectHandles().objectToVariant(result)});
+}
+
+void Hook::finishAsyncVoidCall(bool withoutResult)
+{
+    m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
+    if (!m_ipc)
+        return;
+    m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinishDone"),
+                withoutResult ? ArgumentList() : ArgumentList{QVariant()});
+}
+
+void Hook::sendToRunnerAndSpy(const QString &function, const ArgumentList &args)
+{
+    if (!m_ipc)
+        return;
+    m_ipc->send(unsigned(m_runnerId), function, args);
+    if (m_spyId >= 0 && m_spyId != m_runnerId)
+        m_ipc->send(unsigned(m_spyId), function, args);
+}
+
+void Hook::sendLateClasses()
+{
+    if (s_instance && s_instance->d)
+        s_instance->registerClasses(s_instance->d->runnerClassCount);
+}
+
+void Hook::registerClasses(int firstId)
+{
+    const int count = Inspector::self()->numClasses();
+    // Until the server has read all classes, it reads the new ones with them.
+    if (!d->classesRequested || firstId == count || !m_ipc)
+        return;
+    TOLVEX_TRACE_HOOK() << "Sending classes" << firstId << "to" << count;
+    const unsigned runner = unsigned(m_runnerId);
+    m_ipc->send(runner, QStringLiteral("registerClasses"),
+                {m_ipc->appId(), ObjectHandles::classesFrom(firstId)});
+    d->runnerClassCount = count;
+    if (m_spyId >= 0 && m_spyId != m_runnerId && d->spyClassCount != count) {
+        m_ipc->send(unsigned(m_spyId), QStringLiteral("registerClasses"),
+                    {m_ipc->appId(), ObjectHandles::classesFrom(d->spyClassCount)});
+        d->spyClassCount = count;
+    }
+}
+
+void Hook::registerNamespace(Namespace *ns)
+{
+    if (ns && m_ipc)
+        sendToRunnerAndSpy(QStringLiteral("registerNamespace"), {m_ipc->appId(), serialized(*ns)});
+}
+
+void Hook::registerGlobalMethod(const Method *method)
+{
+    if (method && m_ipc)
+        sendToRunnerAndSpy(QStringLiteral("registerGlobalMethod"),
+                           {m_ipc->appId(), serialized(*method)});
+}
+
+} // namespace Tolvex
