@@ -114,8 +114,11 @@ bool Hook::eventCompressionEnabled(const QString &event)
     const auto it = d->eventCompression.constFind(event);
     if (it != d->eventCompression.cend())
         return *it;
-    // The default, entered as true if someone removed it.
-    return d->eventCompression.insert(QStringLiteral("*"), true).value();
+    // The default, entered as true when it is missing.
+    const QString all = QStringLiteral("*");
+    if (!d->eventCompression.contains(all))
+        d->eventCompression.insert(all, true);
+    return d->eventCompression.value(all);
 }
 
 void Hook::setDisableEventCompression()

@@ -2,6 +2,7 @@
 // over TCP to the server side.
 #include "applicationserver.h"
 #include "autlauncher.h"
+#include "autsession.h"
 #include "eventloop.h"
 
 #include <QDir>
@@ -16,110 +17,7 @@ using TestSupport::spinUntil;
 
 namespace {
 
-constexpr int WaitMs = 15000;
-
-const QString ConnectedLog = QStringLiteral("\tApplication connected...");
-const QString CompletedLog = QStringLiteral("\tHook-up completed...");
-const QString NoRunnerText = QStringLiteral(
-    "TOLVEX_RUNNERID was not set, set to an empty string or is not a positive number");
-
-struct ReplyCatcher : ResponseListener<ArgumentList>
-{
-    bool answered = false;
-    FunctionCallResult<ArgumentList> result;
-    void response(FunctionCallResult<ArgumentList> r) override
-    {
-        answered = true;
-        result = std::move(r);
-    }
-};
-
-class HookUpTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(server.start());
-        launcher.setProgram(QStringLiteral(TESTAUT_PATH));
-        launcher.setServer(QStringLiteral("127.0.0.1"), server.port());
-    }
-
-    void TearDown() override
-    {
-        // No AUT outlives its test, whatever the test asserted.
-        if (launcher.isRunning())
-            launcher.kill();
-    }
-
-    void launch(const QStringList &arguments = {})
-    {
-        launcher.setArguments(QStringList{QStringLiteral("--output"), outputPath()} + arguments);
-        ASSERT_TRUE(launcher.start());
-    }
-
-    QString outputPath() const { return m_dir.filePath(QStringLiteral("aut.log")); }
-
-    QString output() const
-    {
-        QFile file(outputPath());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromLocal8Bit(file.readAll());
-    }
-
-    bool waitForOutput(const QString &text)
-    {
-        return spinUntil([&] { return output().contains(text); }, WaitMs);
-    }
-
-    bool waitForMessage(const QString &function)
-    {
-        return spinUntil([&] { return server.hasReceived(function); }, WaitMs);
-    }
-
-    bool waitForExit()
-    {
-        return spinUntil([&] { return !launcher.isRunning(); }, WaitMs);
-    }
-
-    // The hook-up up to where the AUT waits for initDone.
-    void waitForHookUpRequest()
-    {
-        ASSERT_TRUE(waitForMessage(QStringLiteral("requestDescriptorData")))
-            << qPrintable(output());
-        ASSERT_EQ(server.clientCount(), 1);
-    }
-
-    void hookUpFully()
-    {
-        waitForHookUpRequest();
-        ASSERT_GE(server.initDone(), 0);
-        ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
-    }
-
-    void expectCleanExit()
-    {
-        ASSERT_TRUE(waitForExit()) << qPrintable(output());
-        EXPECT_TRUE(launcher.normalExit());
-        EXPECT_EQ(launcher.exitCode(), 0) << qPrintable(output());
-    }
-
-    QList<ApplicationServer::Message> messagesNamed(const QString &function) const
-    {
-        QList<ApplicationServer::Message> found;
-        for (const ApplicationServer::Message &m : server.messages())
-            if (m.function == function)
-                found.append(m);
-        return found;
-    }
-
-    ApplicationServer server;
-    AUTLauncher launcher;
-
-private:
-    QTemporaryDir m_dir;
-};
+using namespace AUTSession;
 
 TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
 {
@@ -448,13 +346,6 @@ TEST_F(HookUpTest, ObjectAccessAndTestDataCallsServeAScript)
 {
     launch();
     hookUpFully();
-    auto call = [&](const char *function, const ArgumentList &args) {
-        ReplyCatcher reply;
-        EXPECT_GE(server.call(QString::fromLatin1(function), args, &reply), 0);
-        EXPECT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs)) << function;
-        EXPECT_TRUE(reply.result.isSuccess()) << function;
-        return reply.result.value.value(0);
-    };
 
     // A primitive made in the AUT, read, changed in place, read again.
     const QString wire = call("createPrimitive", {QStringLiteral("int"), 41}).toString();
