@@ -121,6 +121,16 @@ public:
     void registerNamespace(Namespace *ns);
     void registerGlobalMethod(const Method *method);
 
+    // The one call the agent makes on the server and waits for: the
+    // environment the test side wants processes to start with. Messages that
+    // arrive meanwhile are served. Empty when the server cannot answer.
+    QStringList getClientEnvironment();
+    // Sends to the runner, or to a given peer; the transaction id, or -1.
+    int send(const QString &function, const ArgumentList &args);
+    int send(unsigned destination, const QString &function, const ArgumentList &args);
+    int asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
+                  ResponseListener<ArgumentList> *listener);
+
     bool isGuiBlocked() const { return m_guiBlocked; }
     bool isInspecting() const { return m_inspecting; }
     int testSuiteVersion() const { return m_testSuiteVersion; }

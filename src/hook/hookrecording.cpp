@@ -41,6 +41,30 @@ template <typename T> QByteArray serialized(const T &value)
 
 } // namespace
 
+QStringList Hook::getClientEnvironment()
+{
+    if (!m_ipc)
+        return {};
+    return m_ipc->call(unsigned(m_runnerId), QStringLiteral("clientEnvironment"), {})
+        .toStringList();
+}
+
+int Hook::send(const QString &function, const ArgumentList &args)
+{
+    return send(unsigned(m_runnerId), function, args);
+}
+
+int Hook::send(unsigned destination, const QString &function, const ArgumentList &args)
+{
+    return m_ipc ? m_ipc->send(destination, function, args) : -1;
+}
+
+int Hook::asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
+                    ResponseListener<ArgumentList> *listener)
+{
+    return m_ipc ? m_ipc->asyncCall(destination, function, args, listener) : -1;
+}
+
 void Hook::sendToRecorder(const QString &function, const ArgumentList &args) const
 {
     if (!m_ipc)

@@ -247,6 +247,12 @@ TEST_F(ScriptTest, EventHandlersCallBackAndAsynchronousCallsFinish)
     ASSERT_EQ(done.count(), 1);
     EXPECT_EQ(idOf(done.value(0)), counterId);
 
+    // The agent's own call on the server, made while it serves one.
+    server.setClientEnvironment({QStringLiteral("A=1"), QStringLiteral("B=2")});
+    EXPECT_TRUE(
+        call("installEventHandler3", {QStringLiteral("env"), QStringLiteral("h")}).toBool());
+    EXPECT_TRUE(waitForOutput(QStringLiteral("environment A=1,B=2")));
+
     // Events for unknown ids are dropped with a word, the AUT goes on.
     send("sendEvent", {99999, counterId});
     EXPECT_TRUE(waitForOutput(QStringLiteral("Hook::sendEvent: invalid event")));

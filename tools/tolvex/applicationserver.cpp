@@ -21,6 +21,14 @@ public:
     {
         m_server->record(sender, function, args, true);
     }
+    using IPCResponseHandlerIface::handleCall;
+    QVariant handleCall(unsigned sender, const QString &function, const ArgumentList &args) override
+    {
+        m_server->record(sender, function, args, false);
+        if (function == QLatin1String("clientEnvironment"))
+            return m_server->m_clientEnvironment;
+        return QVariant();
+    }
     void connectionClosed() override
     {
         m_server->m_clients[size_t(m_index)].connected = false;

@@ -43,6 +43,10 @@ public:
     // wait ends by its own timer or by a later exitDone().
     void setAnswerExit(bool answer) { m_answerExit = answer; }
 
+    // What agents get when they ask for the environment of the processes
+    // they start.
+    void setClientEnvironment(const QStringList &environment) { m_clientEnvironment = environment; }
+
     int clientCount() const { return int(m_clients.size()); }
     // What the agent said of itself, with the address it was given.
     ClientData clientData(int index = 0) const;
@@ -92,6 +96,7 @@ private:
     TCPMessagingServer *m_server = nullptr;
     std::vector<Client> m_clients;
     QList<Message> m_messages;
+    QStringList m_clientEnvironment;
     bool m_answerExit = true;
 };
 

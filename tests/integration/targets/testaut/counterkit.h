@@ -16,6 +16,7 @@
 //   "log:TEXT"       logs a method event named TEXT
 //   "class:NAME"     creates a class NAME, as a toolkit meeting a new type
 //   "async"          a wrapper call that finishes on the next event loop turn
+//   "env"            asks the server for the client environment and says it
 // Any other event calls back the handler installed for it on the counter.
 
 #include "classregistrar.h"
@@ -179,6 +180,9 @@ private:
             const QByteArray name = event.mid(6).toUtf8();
             // Lives to the end of the process, like every class.
             new TestToolkit::TestClass(name.constData(), nullptr);
+        } else if (event == QLatin1String("env")) {
+            say(QStringLiteral("environment ") +
+                hook->getClientEnvironment().join(QLatin1Char(',')));
         } else if (event == QLatin1String("async")) {
             hook->beginAsyncCall();
             QTimer::singleShot(0, hook, [hook] { hook->finishAsyncCallWithResult(counter()); });
