@@ -26,7 +26,6 @@
 #include <thread>
 
 using namespace Tolvex;
-using TolvexBench::readFrame;
 using TolvexBench::SocketPair;
 
 namespace {
@@ -36,25 +35,7 @@ constexpr int PayloadSize = 100;
 // Baseline: an echo thread on bare sockets, a frame out and back.
 void BM_BareFramePingPong(benchmark::State &state)
 {
-    SocketPair p;
-    FSocket *echo = p.b.get();
-    std::thread echoer([echo] {
-        char buf[1024];
-        while (readFrame(*echo, buf, sizeof buf))
-            echo->writeBlock(buf, int(qFromBigEndian<quint32>(buf)));
-    });
-    QByteArray frame(4 + 24 + PayloadSize, 'p');
-    qToBigEndian<quint32>(quint32(frame.size()), frame.data());
-    char buf[1024];
-    for (auto _ : state) {
-        p.a->writeBlock(frame.constData(), int(frame.size()));
-        if (!readFrame(*p.a, buf, sizeof buf)) {
-            state.SkipWithError("socket failed");
-            break;
-        }
-    }
-    p.a->close();
-    echoer.join();
+    TolvexBench::bareFramePingPong(state, 4 + 24 + PayloadSize);
 }
 BENCHMARK(BM_BareFramePingPong)->UseRealTime();
 

@@ -13,38 +13,15 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
-#include <QtEndian>
-
-#include <thread>
 
 using namespace Tolvex;
-using TolvexBench::readFrame;
-using TolvexBench::SocketPair;
 
 namespace {
 
 void BM_BareFramePingPong(benchmark::State &state)
 {
-    SocketPair p;
-    FSocket *echo = p.b.get();
-    std::thread echoer([echo] {
-        char buf[1024];
-        while (readFrame(*echo, buf, sizeof buf))
-            echo->writeBlock(buf, int(qFromBigEndian<quint32>(buf)));
-    });
     // A getProperty call frame is about this size: header, name, two ints.
-    QByteArray frame(4 + 24 + 40, 'p');
-    qToBigEndian<quint32>(quint32(frame.size()), frame.data());
-    char buf[1024];
-    for (auto _ : state) {
-        p.a->writeBlock(frame.constData(), int(frame.size()));
-        if (!readFrame(*p.a, buf, sizeof buf)) {
-            state.SkipWithError("socket failed");
-            break;
-        }
-    }
-    p.a->close();
-    echoer.join();
+    TolvexBench::bareFramePingPong(state, 4 + 24 + 40);
 }
 BENCHMARK(BM_BareFramePingPong)->UseRealTime();
 

@@ -5,9 +5,13 @@
 
 #include "fsocket.h"
 
+#include <benchmark/benchmark.h>
+
+#include <QByteArray>
 #include <QtEndian>
 
 #include <memory>
+#include <thread>
 
 namespace TolvexBench {
 
@@ -42,6 +46,31 @@ inline bool readFrame(FSocket &s, char *buf, int capacity)
         got += r;
     }
     return true;
+}
+
+// The baseline of the round trips: a frame of this many bytes, size prefix
+// included, out to an echoing thread on bare sockets and back.
+inline void bareFramePingPong(benchmark::State &state, int frameSize)
+{
+    SocketPair p;
+    FSocket *echo = p.b.get();
+    std::thread echoer([echo] {
+        char buf[1024];
+        while (readFrame(*echo, buf, sizeof buf))
+            echo->writeBlock(buf, int(qFromBigEndian<quint32>(buf)));
+    });
+    QByteArray frame(frameSize, 'p');
+    qToBigEndian<quint32>(quint32(frame.size()), frame.data());
+    char buf[1024];
+    for (auto _ : state) {
+        p.a->writeBlock(frame.constData(), int(frame.size()));
+        if (!readFrame(*p.a, buf, sizeof buf)) {
+            state.SkipWithError("socket failed");
+            break;
+        }
+    }
+    p.a->close();
+    echoer.join();
 }
 
 } // namespace TolvexBench
