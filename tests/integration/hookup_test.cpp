@@ -398,6 +398,17 @@ TEST_F(HookUpTest, ObjectAccessAndTestDataCallsServeAScript)
     const int readBack = call("getProperty", {counterId, 0}).toString().section(',', 0, 0).toInt();
     EXPECT_EQ(call("objectToInteger", {readBack}).toInt(), 99);
     EXPECT_FALSE(call("getProperty", {counterId, 5}).isValid()); // no such property
+    // Methods on the object, and a static one on its class by negative id.
+    const int classId = call("objectByName", {0, QStringLiteral("counter")})
+                            .toString()
+                            .section(QLatin1Char(','), 1, 1)
+                            .toInt();
+    ASSERT_GT(classId, 0);
+    EXPECT_EQ(call("objectToString", {idOf(call("invoke", {counterId, 0}))}).toString(),
+              QStringLiteral("Counter#0"));
+    EXPECT_EQ(call("objectToString", {idOf(call("invoke", {-classId, 1}))}).toString(),
+              QStringLiteral("Counter#1"));
+    EXPECT_FALSE(call("invoke", {counterId, 9}).isValid()); // no such method
     EXPECT_EQ(call("objectByName", {0, QStringLiteral("counter")}).toString(), counter);
 
     // Process facts.

@@ -3,8 +3,9 @@
 // The test application's toolkit: two top-level objects and the wrapper
 // that owns one of them.
 //
-//  - "counter", of class Counter with an int property "value" (7 at start),
-//    owned by the wrapper; it is ready while its value is not negative.
+//  - "counter", of class Counter with an int property "value" (7 at start)
+//    and the methods "describe" and static "make", owned by the wrapper; it
+//    is ready while its value is not negative.
 //  - "stray", of class Stray, which no wrapper owns.
 //
 // Both are found by path ("counter") and by their one-property names
@@ -44,8 +45,11 @@ inline void say(const QString &text)
 
 inline const TestToolkit::TestClass &counterClass()
 {
-    static const TestToolkit::TestClass c("Counter", nullptr, {},
-                                          {{QStringLiteral("value"), TestToolkit::primitive(1)}});
+    // Methods answer "Counter#<method id>"; "make" is static.
+    static const TestToolkit::TestClass c(
+        "Counter", nullptr,
+        {{QStringLiteral("describe"), {}, nullptr}, {QStringLiteral("make"), {}, nullptr, true}},
+        {{QStringLiteral("value"), TestToolkit::primitive(1)}});
     return c;
 }
 
