@@ -145,11 +145,6 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
     // The endpoint's peerGone drops the binary transmissions of that peer once
     // the streams exist.
-    if (wrapper) {
-        connect(this, &Hook::objectDescriptorDataReceived, wrapper, &Wrapper::parseDescriptorData);
-        connect(this, &Hook::notifyEventRecordingEnabled, wrapper,
-                &Wrapper::notifyEventRecordingEnabled);
-    }
     // The screen global methods are registered here, once per process, with
     // the screen subsystem.
 
@@ -191,8 +186,14 @@ void Hook::cleanup()
 
 void Hook::addWrapper(Wrapper *wrapper)
 {
-    if (!d->wrappers.contains(wrapper))
-        d->wrappers.append(wrapper);
+    if (!wrapper || d->wrappers.contains(wrapper))
+        return;
+    d->wrappers.append(wrapper);
+    // Every wrapper hears the descriptor data and the recording switch, also
+    // one that comes after hook-up.
+    connect(this, &Hook::objectDescriptorDataReceived, wrapper, &Wrapper::parseDescriptorData);
+    connect(this, &Hook::notifyEventRecordingEnabled, wrapper,
+            &Wrapper::notifyEventRecordingEnabled);
 }
 
 QList<Wrapper *> Hook::wrappers() const

@@ -31,6 +31,7 @@ public:
     bool isObjectItemReady(SharedPtr<Object>, const QString &) override { return itemReady; }
     void spyModeChanged(bool) override {}
     void recordingStopped() override {}
+    void notifyEventRecordingEnabled(bool on) override { recordingNotices.append(on); }
     SharedPtr<Object> findObject(const QString &name) override
     {
         ++lookups;
@@ -44,6 +45,7 @@ public:
     }
 
     QMap<QString, SharedPtr<Object>> table;
+    QList<bool> recordingNotices;
     int lookups = 0;
     bool ready = true;
     bool itemReady = true;
@@ -144,7 +146,7 @@ TEST(WrapperTest, ReadinessDefaultsGiveReasonsAndPlaceholderItems)
     EXPECT_EQ(batch[1].result->toString(), QStringLiteral("20"));
 }
 
-TEST(WrapperTest, EventCompressionFollowsTheDefaultUnlessSetForTheEvent)
+TEST(WrapperTest, HookSettingsReachEveryWrapperAndCompressionFollowsTheDefault)
 {
     qunsetenv("TOLVEX_RUNNERID");
     TableWrapper wrapper;
@@ -158,7 +160,20 @@ TEST(WrapperTest, EventCompressionFollowsTheDefaultUnlessSetForTheEvent)
     EXPECT_TRUE(hook->eventCompressionEnabled(QStringLiteral("Typed")));
     EXPECT_FALSE(hook->eventCompressionEnabled(QStringLiteral("Scrolled")));
     EXPECT_EQ(hook->wrapperForObject(nullptr), &wrapper);
+
+    // A wrapper added later hears the recording switch too, and processes
+    // started from here on inherit it.
+    TableWrapper later;
+    hook->addWrapper(&later);
+    hook->addWrapper(&later);
+    hook->setEventRecordingEnabled(true);
+    EXPECT_EQ(wrapper.recordingNotices, QList<bool>{true});
+    EXPECT_EQ(later.recordingNotices, QList<bool>{true});
+    EXPECT_EQ(qgetenv("TOLVEX_RECORD"), QByteArray("1"));
+    hook->setEventRecordingEnabled(false);
+    EXPECT_EQ(qgetenv("TOLVEX_RECORD"), QByteArray("0"));
     hook->deleteHook();
+    qunsetenv("TOLVEX_RECORD");
 }
 
 } // namespace
