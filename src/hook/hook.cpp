@@ -198,7 +198,11 @@ void Hook::addWrapper(Wrapper *wrapper)
 
 QList<Wrapper *> Hook::wrappers() const
 {
-    return d->wrappers;
+    QList<Wrapper *> living;
+    for (Wrapper *wrapper : d->wrappers)
+        if (wrapper)
+            living.append(wrapper);
+    return living;
 }
 
 ObjectHandles &Hook::objectHandles() const

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QMap>
+#include <QPointer>
 #include <QString>
 
 namespace Tolvex {
@@ -19,8 +20,9 @@ struct HookData
 {
     // The objects the server holds handles to.
     ObjectHandles objects;
-    // In order of addWrapper; not owned.
-    QList<Wrapper *> wrappers;
+    // In order of addWrapper; not owned. A wrapper the application deleted
+    // early reads as null and is passed over.
+    QList<QPointer<Wrapper>> wrappers;
     // Which classes' events may be compressed while recording; "*" is all.
     QMap<QString, bool> eventCompression;
     // Not owned; stored for the native input calls.

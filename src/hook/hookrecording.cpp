@@ -153,8 +153,11 @@ void Hook::setDisableEventCompression()
 void Hook::stopRecord()
 {
     QPointer<Hook> guard(this);
-    const QList<Wrapper *> wrappers = d->wrappers;
-    for (Wrapper *wrapper : wrappers) {
+    // A wrapper may delete another, or the Hook, from its slot.
+    const QList<QPointer<Wrapper>> list = d->wrappers;
+    for (const QPointer<Wrapper> &wrapper : list) {
+        if (!wrapper)
+            continue;
         wrapper->recordingStopped();
         if (!guard)
             return;

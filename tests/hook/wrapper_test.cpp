@@ -172,6 +172,14 @@ TEST(WrapperTest, HookSettingsReachEveryWrapperAndCompressionFollowsTheDefault)
     EXPECT_EQ(qgetenv("TOLVEX_RECORD"), QByteArray("1"));
     hook->setEventRecordingEnabled(false);
     EXPECT_EQ(qgetenv("TOLVEX_RECORD"), QByteArray("0"));
+
+    // A wrapper the application deletes first is passed over from then on.
+    auto *early = new TableWrapper;
+    hook->addWrapper(early);
+    EXPECT_EQ(hook->wrappers().size(), 3);
+    delete early;
+    EXPECT_EQ(hook->wrappers(), (QList<Wrapper *>{&wrapper, &later}));
+    hook->stopRecord();
     hook->deleteHook();
     qunsetenv("TOLVEX_RECORD");
 }
