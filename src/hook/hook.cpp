@@ -282,10 +282,9 @@ void Hook::completeHookUp()
     if (QCoreApplication *app = QCoreApplication::instance())
         connect(app, &QCoreApplication::aboutToQuit, this, &Hook::notifyApplicationExit,
                 Qt::UniqueConnection);
-    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
     if (m_ipc)
-        m_ipc->broadcast(QStringLiteral("log"), {realRecorder ? m_recorderId : m_runnerId,
-                                                 QStringLiteral("\tHook-up completed...")});
+        m_ipc->broadcast(QStringLiteral("log"),
+                         {recorderOrRunnerId(), QStringLiteral("\tHook-up completed...")});
 }
 
 void Hook::requestDescriptorData(const QString &wrapperName)
@@ -444,9 +443,9 @@ void Hook::writeEventQueue()
     // The binary transmissions are dropped here with the streams.
     const ArgumentList args{m_ipc->appId()};
     const QString function = QStringLiteral("appAboutToExit");
-    if (m_spyId >= 0 && m_spyId != m_runnerId)
+    if (hasOwnSpy())
         m_ipc->send(unsigned(m_spyId), function, args);
-    if (m_recorderId >= 0 && m_recorderId != m_runnerId)
+    if (hasOwnRecorder())
         m_ipc->send(unsigned(m_recorderId), function, args);
     m_ipc->send(unsigned(m_runnerId), function, args);
 }

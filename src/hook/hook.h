@@ -178,6 +178,11 @@ private:
     QVariant autInfo(const ArgumentList &args) const;
     QVariant installEventHandler(int function, const ArgumentList &args);
     void sendEvent(const ArgumentList &args);
+    // A recorder or spy id equal to the runner's is no peer of its own.
+    bool hasOwnRecorder() const { return m_recorderId >= 0 && m_recorderId != m_runnerId; }
+    bool hasOwnSpy() const { return m_spyId >= 0 && m_spyId != m_runnerId; }
+    // Who recording traffic is for: the recorder if there is one, else the runner.
+    int recorderOrRunnerId() const { return hasOwnRecorder() ? m_recorderId : m_runnerId; }
     // Sends to the recorder if there is a real one, else to the runner.
     void sendToRecorder(const QString &function, const ArgumentList &args) const;
     void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);

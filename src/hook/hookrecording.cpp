@@ -69,9 +69,7 @@ void Hook::sendToRecorder(const QString &function, const ArgumentList &args) con
 {
     if (!m_ipc)
         return;
-    // A recorder id equal to the runner's is no recorder of its own.
-    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
-    m_ipc->send(unsigned(realRecorder ? m_recorderId : m_runnerId), function, args);
+    m_ipc->send(unsigned(recorderOrRunnerId()), function, args);
 }
 
 void Hook::eventRecorded(const EventData &data)
@@ -110,8 +108,7 @@ void Hook::logEvent(const EventData &data)
     m_lastLogged = text;
     if (!m_ipc)
         return;
-    const bool realRecorder = m_recorderId >= 0 && m_recorderId != m_runnerId;
-    m_ipc->broadcast(QStringLiteral("log"), {realRecorder ? m_recorderId : m_runnerId, text});
+    m_ipc->broadcast(QStringLiteral("log"), {recorderOrRunnerId(), text});
 }
 
 void Hook::logResult(int resultType, const QString &text)
@@ -169,10 +166,10 @@ void Hook::stopRecord()
 QVariant Hook::installEventHandler(int function, const ArgumentList &args)
 {
     Inspector *inspector = Inspector::self();
-    const QString event =
-        args.value(function <= RemoteFunction::UninstallEventHandler2 ? 1 : 0).toString();
-    const QString callback =
-        args.value(function <= RemoteFunction::UninstallEventHandler2 ? 2 : 1).toString();
+    // Object and class handlers name their target first.
+    const int first = function <= RemoteFunction::UninstallEventHandler2 ? 1 : 0;
+    const QString event = args.value(first).toString();
+    const QString callback = args.value(first + 1).toString();
     switch (function) {
     case RemoteFunction::InstallEventHandler1:
     case RemoteFunction::UninstallEventHandler1: {
@@ -283,7 +280,7 @@ void Hook::sendToRunnerAndSpy(const QString &function, const ArgumentList &args)
     if (!m_ipc)
         return;
     m_ipc->send(unsigned(m_runnerId), function, args);
-    if (m_spyId >= 0 && m_spyId != m_runnerId)
+    if (hasOwnSpy())
         m_ipc->send(unsigned(m_spyId), function, args);
 }
 
@@ -304,7 +301,7 @@ void Hook::registerClasses(int firstId)
     m_ipc->send(runner, QStringLiteral("registerClasses"),
                 {m_ipc->appId(), ObjectHandles::classesFrom(firstId)});
     d->runnerClassCount = count;
-    if (m_spyId >= 0 && m_spyId != m_runnerId && d->spyClassCount != count) {
+    if (hasOwnSpy() && d->spyClassCount != count) {
         m_ipc->send(unsigned(m_spyId), QStringLiteral("registerClasses"),
                     {m_ipc->appId(), ObjectHandles::classesFrom(d->spyClassCount)});
         d->spyClassCount = count;
