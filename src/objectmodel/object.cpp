@@ -133,12 +133,12 @@ void Object::clearDelegateCaches()
 }
 
 template <typename D>
-static const D *findDelegate(const Class *type, Delegate::Type kind, const D *&cache,
-                             unsigned char &searched, unsigned char bit)
+const D *Object::cachedDelegate(int kind, const D *&cache, unsigned char bit) const
 {
-    if (!(searched & bit)) {
-        searched |= bit;
-        cache = static_cast<const D *>(DelegateFactory::self()->delegate(type, kind));
+    if (!(m_delegatesSearched & bit)) {
+        m_delegatesSearched |= bit;
+        cache =
+            static_cast<const D *>(DelegateFactory::self()->delegate(m_type, Delegate::Type(kind)));
     }
     return cache;
 }
@@ -146,10 +146,7 @@ static const D *findDelegate(const Class *type, Delegate::Type kind, const D *&c
 const ObjectHierarchyDelegate *Object::hierarchyDelegate() const
 {
     if (!(m_delegatesSearched & HierarchyBit)) {
-        unsigned char searched = m_delegatesSearched;
-        findDelegate(m_type, Delegate::ObjectHierarchy, m_hierarchyDelegate, searched,
-                     HierarchyBit);
-        m_delegatesSearched = searched;
+        cachedDelegate(Delegate::ObjectHierarchy, m_hierarchyDelegate, HierarchyBit);
         if (!m_hierarchyDelegate && m_type &&
             qobjectTypes().contains(m_type->className().toLatin1()))
             m_hierarchyDelegate =
@@ -161,29 +158,17 @@ const ObjectHierarchyDelegate *Object::hierarchyDelegate() const
 
 const SerializeDelegate *Object::serializeDelegate() const
 {
-    unsigned char searched = m_delegatesSearched;
-    auto result =
-        findDelegate(m_type, Delegate::Serialize, m_serializeDelegate, searched, SerializeBit);
-    m_delegatesSearched = searched;
-    return result;
+    return cachedDelegate(Delegate::Serialize, m_serializeDelegate, SerializeBit);
 }
 
 const ConversionDelegate *Object::conversionDelegate() const
 {
-    unsigned char searched = m_delegatesSearched;
-    auto result =
-        findDelegate(m_type, Delegate::Conversion, m_conversionDelegate, searched, ConversionBit);
-    m_delegatesSearched = searched;
-    return result;
+    return cachedDelegate(Delegate::Conversion, m_conversionDelegate, ConversionBit);
 }
 
 const ComparisonDelegate *Object::comparisonDelegate() const
 {
-    unsigned char searched = m_delegatesSearched;
-    auto result =
-        findDelegate(m_type, Delegate::Comparison, m_comparisonDelegate, searched, ComparisonBit);
-    m_delegatesSearched = searched;
-    return result;
+    return cachedDelegate(Delegate::Comparison, m_comparisonDelegate, ComparisonBit);
 }
 
 const ConversionDelegate *Object::conversionFor(int capability) const

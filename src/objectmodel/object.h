@@ -99,6 +99,10 @@ private:
         return SharedPtr<Object>(const_cast<Object *>(this));
     }
     const ConversionDelegate *conversionFor(int capability) const;
+    // The class's delegate of a kind, looked up once and kept in cache; bit
+    // marks the search as done in m_delegatesSearched, a null result too.
+    template <typename D>
+    const D *cachedDelegate(int kind, const D *&cache, unsigned char bit) const;
 
     void *m_data = nullptr;
     UserData *m_userData = nullptr;
