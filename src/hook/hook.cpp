@@ -232,13 +232,13 @@ bool Hook::hookUp()
         // Crash notification installs its handler here once it exists.
     }
 
-    if (m_ipc->broadcast(QStringLiteral("log"),
-                         {m_runnerId, QStringLiteral("\tApplication connected...")}) < 0) {
+    if (broadcast(QStringLiteral("log"),
+                  {m_runnerId, QStringLiteral("\tApplication connected...")}) < 0) {
         logLine(QStringLiteral("Could not send broadcast message to server, aborting hookup"));
         close();
         return true;
     }
-    m_ipc->broadcast(QStringLiteral("subprocessHooked"), {m_ipc->appId()});
+    broadcast(QStringLiteral("subprocessHooked"), {ownId()});
     // From here on foreign code runs: the wrapper, then every message served.
     QPointer<Hook> guard(this);
     if (!d->wrappers.isEmpty())
@@ -282,9 +282,8 @@ void Hook::completeHookUp()
     if (QCoreApplication *app = QCoreApplication::instance())
         connect(app, &QCoreApplication::aboutToQuit, this, &Hook::notifyApplicationExit,
                 Qt::UniqueConnection);
-    if (m_ipc)
-        m_ipc->broadcast(QStringLiteral("log"),
-                         {recorderOrRunnerId(), QStringLiteral("\tHook-up completed...")});
+    broadcast(QStringLiteral("log"),
+              {recorderOrRunnerId(), QStringLiteral("\tHook-up completed...")});
 }
 
 void Hook::requestDescriptorData(const QString &wrapperName)
@@ -292,8 +291,7 @@ void Hook::requestDescriptorData(const QString &wrapperName)
     QString name = wrapperName;
     if (name.isNull() && !d->wrappers.isEmpty() && d->wrappers.first())
         name = d->wrappers.first()->wrapperName();
-    if (!m_ipc || m_ipc->send(unsigned(m_runnerId), QStringLiteral("requestDescriptorData"),
-                              {m_ipc->appId(), name}) < 0)
+    if (send(QStringLiteral("requestDescriptorData"), {ownId(), name}) < 0)
         logLine(QStringLiteral("Request for descriptor data could not be sent"));
 }
 
@@ -365,8 +363,7 @@ void Hook::handleSend(unsigned sender, const QString &function, const ArgumentLi
         setDisableEventCompression();
         break;
     case RemoteFunction::RequestAnswer:
-        if (m_ipc)
-            m_ipc->send(unsigned(m_runnerId), QStringLiteral("answer"), {});
+        send(QStringLiteral("answer"), {});
         break;
     case RemoteFunction::NamingScheme:
         setNamingScheme(args.value(0).toInt());
@@ -441,13 +438,13 @@ void Hook::writeEventQueue()
         return;
     m_exitMessageSent = true;
     // The binary transmissions are dropped here with the streams.
-    const ArgumentList args{m_ipc->appId()};
+    const ArgumentList args{ownId()};
     const QString function = QStringLiteral("appAboutToExit");
     if (hasOwnSpy())
-        m_ipc->send(unsigned(m_spyId), function, args);
+        send(unsigned(m_spyId), function, args);
     if (hasOwnRecorder())
-        m_ipc->send(unsigned(m_recorderId), function, args);
-    m_ipc->send(unsigned(m_runnerId), function, args);
+        send(unsigned(m_recorderId), function, args);
+    send(function, args);
 }
 
 void Hook::exitWaitTimeout()
@@ -527,6 +524,13 @@ void Hook::deleteHook()
     if (m_waitForExitDepth >= 1) {
         TOLVEX_TRACE_HOOK() << "Skipping deletion due active IPC call, "
                             << "wait_for_exit_depth" << m_waitForExitDepth;
+        return;
+    }
+    if (d && d->sendDepth > 0) {
+        // The connection ended inside one of our own sends: whoever made it
+        // still holds this Hook, which goes once control is back in the loop.
+        TOLVEX_TRACE_HOOK() << "Deferring deletion until the send in progress returns";
+        QTimer::singleShot(0, this, &Hook::deleteHook);
         return;
     }
     TOLVEX_TRACE_HOOK() << "Deleting Hook";

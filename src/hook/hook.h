@@ -98,7 +98,7 @@ public:
     void addObjectDescriptorData(const QByteArray &data);
 
     // Recording. Events go to the recorder if there is one, else to the runner.
-    void recordEvent(const EventData &data) const;
+    void recordEvent(const EventData &data);
     void logEvent(const EventData &data);
     void logResult(int resultType, const QString &text);
     void setEventRecordingEnabled(bool on);
@@ -184,7 +184,10 @@ private:
     // Who recording traffic is for: the recorder if there is one, else the runner.
     int recorderOrRunnerId() const { return hasOwnRecorder() ? m_recorderId : m_runnerId; }
     // Sends to the recorder if there is a real one, else to the runner.
-    void sendToRecorder(const QString &function, const ArgumentList &args) const;
+    void sendToRecorder(const QString &function, const ArgumentList &args);
+    int broadcast(const QString &function, const ArgumentList &args);
+    // The endpoint's own address, which the server knows this application by.
+    int ownId() const;
     void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);
 
     std::unique_ptr<HookData> d;

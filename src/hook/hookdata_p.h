@@ -34,8 +34,25 @@ struct HookData
     int runnerClassCount = 0;
     int spyClassCount = 0;
     bool classesRequested = false;
+    // The Hook's own sends on the stack. A connection that ends inside one
+    // deletes the Hook only once they have returned, so no caller is left
+    // holding a freed Hook.
+    int sendDepth = 0;
     // Numbers the callbacks into the script, across the process.
     static inline int callBackSequence = 0;
+};
+
+// Marks one of the Hook's own sends for as long as it runs.
+class SendScope
+{
+public:
+    explicit SendScope(HookData &data) : m_data(data) { ++m_data.sendDepth; }
+    ~SendScope() { --m_data.sendDepth; }
+    SendScope(const SendScope &) = delete;
+    SendScope &operator=(const SendScope &) = delete;
+
+private:
+    HookData &m_data;
 };
 
 } // namespace Tolvex

@@ -45,6 +45,7 @@ QStringList Hook::getClientEnvironment()
 {
     if (!m_ipc)
         return {};
+    SendScope sending(*d);
     return m_ipc->call(unsigned(m_runnerId), QStringLiteral("clientEnvironment"), {})
         .toStringList();
 }
@@ -54,22 +55,42 @@ int Hook::send(const QString &function, const ArgumentList &args)
     return send(unsigned(m_runnerId), function, args);
 }
 
+// Every message the Hook sends of its own goes out through these three.
 int Hook::send(unsigned destination, const QString &function, const ArgumentList &args)
 {
-    return m_ipc ? m_ipc->send(destination, function, args) : -1;
+    if (!m_ipc)
+        return -1;
+    SendScope sending(*d);
+    return m_ipc->send(destination, function, args);
+}
+
+int Hook::broadcast(const QString &function, const ArgumentList &args)
+{
+    if (!m_ipc)
+        return -1;
+    SendScope sending(*d);
+    return m_ipc->broadcast(function, args);
 }
 
 int Hook::asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
                     ResponseListener<ArgumentList> *listener)
 {
-    return m_ipc ? m_ipc->asyncCall(destination, function, args, listener) : -1;
+    if (!m_ipc) {
+        listener->error(QStringLiteral("Channel closed"));
+        return -1;
+    }
+    SendScope sending(*d);
+    return m_ipc->asyncCall(destination, function, args, listener);
 }
 
-void Hook::sendToRecorder(const QString &function, const ArgumentList &args) const
+int Hook::ownId() const
 {
-    if (!m_ipc)
-        return;
-    m_ipc->send(unsigned(recorderOrRunnerId()), function, args);
+    return m_ipc ? m_ipc->appId() : 0;
+}
+
+void Hook::sendToRecorder(const QString &function, const ArgumentList &args)
+{
+    send(unsigned(recorderOrRunnerId()), function, args);
 }
 
 void Hook::eventRecorded(const EventData &data)
@@ -77,7 +98,7 @@ void Hook::eventRecorded(const EventData &data)
     recordEvent(data);
 }
 
-void Hook::recordEvent(const EventData &data) const
+void Hook::recordEvent(const EventData &data)
 {
     sendToRecorder(QStringLiteral("recordEvent"), {serialized(data)});
 }
@@ -106,15 +127,12 @@ void Hook::logEvent(const EventData &data)
         return;
     }
     m_lastLogged = text;
-    if (!m_ipc)
-        return;
-    m_ipc->broadcast(QStringLiteral("log"), {recorderOrRunnerId(), text});
+    broadcast(QStringLiteral("log"), {recorderOrRunnerId(), text});
 }
 
 void Hook::logResult(int resultType, const QString &text)
 {
-    if (m_ipc)
-        m_ipc->send(unsigned(m_runnerId), QStringLiteral("logResult"), {resultType, text});
+    send(QStringLiteral("logResult"), {resultType, text});
 }
 
 void Hook::setEventRecordingEnabled(bool on)
@@ -160,7 +178,7 @@ void Hook::stopRecord()
             return;
     }
     if (m_ipc)
-        sendToRecorder(QStringLiteral("recordingSubmitted"), {m_ipc->appId()});
+        sendToRecorder(QStringLiteral("recordingSubmitted"), {ownId()});
 }
 
 QVariant Hook::installEventHandler(int function, const ArgumentList &args)
@@ -238,50 +256,43 @@ void Hook::sendCallBack(const QString &handler, const ObjectList &objects)
     ObjectHandles &handles = objectHandles();
     for (const SharedPtr<Object> &object : objects)
         args.append(handles.objectToVariant(object));
-    args.append(m_ipc->appId());
+    args.append(ownId());
     args.append(sequence);
     // Not a blocking call: a wrapper that needs the script's answer waits in
     // its own loop.
-    m_ipc->send(unsigned(m_runnerId), QStringLiteral("callBack"), args);
+    send(QStringLiteral("callBack"), args);
 }
 
 void Hook::pauseExecution()
 {
-    if (m_ipc)
-        m_ipc->send(unsigned(m_runnerId), QStringLiteral("pauseExecution"), {});
+    send(QStringLiteral("pauseExecution"), {});
 }
 
 void Hook::beginAsyncCall()
 {
     ++m_asyncCallDepth;
-    if (m_ipc)
-        m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinish"), {});
+    send(QStringLiteral("waitForFinish"), {});
 }
 
 void Hook::finishAsyncCallWithResult(SharedPtr<Object> result)
 {
     m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
     if (m_ipc)
-        m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinishDone"),
-                    {objectHandles().objectToVariant(result)});
+        send(QStringLiteral("waitForFinishDone"), {objectHandles().objectToVariant(result)});
 }
 
 void Hook::finishAsyncVoidCall(bool withoutResult)
 {
     m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
-    if (!m_ipc)
-        return;
-    m_ipc->send(unsigned(m_runnerId), QStringLiteral("waitForFinishDone"),
-                withoutResult ? ArgumentList() : ArgumentList{QVariant()});
+    send(QStringLiteral("waitForFinishDone"),
+         withoutResult ? ArgumentList() : ArgumentList{QVariant()});
 }
 
 void Hook::sendToRunnerAndSpy(const QString &function, const ArgumentList &args)
 {
-    if (!m_ipc)
-        return;
-    m_ipc->send(unsigned(m_runnerId), function, args);
+    send(function, args);
     if (hasOwnSpy())
-        m_ipc->send(unsigned(m_spyId), function, args);
+        send(unsigned(m_spyId), function, args);
 }
 
 void Hook::sendLateClasses()
@@ -297,13 +308,11 @@ void Hook::registerClasses(int firstId)
     if (!d->classesRequested || firstId == count || !m_ipc)
         return;
     TOLVEX_TRACE_HOOK() << "Sending classes" << firstId << "to" << count;
-    const unsigned runner = unsigned(m_runnerId);
-    m_ipc->send(runner, QStringLiteral("registerClasses"),
-                {m_ipc->appId(), ObjectHandles::classesFrom(firstId)});
+    send(QStringLiteral("registerClasses"), {ownId(), ObjectHandles::classesFrom(firstId)});
     d->runnerClassCount = count;
     if (hasOwnSpy() && d->spyClassCount != count) {
-        m_ipc->send(unsigned(m_spyId), QStringLiteral("registerClasses"),
-                    {m_ipc->appId(), ObjectHandles::classesFrom(d->spyClassCount)});
+        send(unsigned(m_spyId), QStringLiteral("registerClasses"),
+             {ownId(), ObjectHandles::classesFrom(d->spyClassCount)});
         d->spyClassCount = count;
     }
 }
@@ -311,14 +320,13 @@ void Hook::registerClasses(int firstId)
 void Hook::registerNamespace(Namespace *ns)
 {
     if (ns && m_ipc)
-        sendToRunnerAndSpy(QStringLiteral("registerNamespace"), {m_ipc->appId(), serialized(*ns)});
+        sendToRunnerAndSpy(QStringLiteral("registerNamespace"), {ownId(), serialized(*ns)});
 }
 
 void Hook::registerGlobalMethod(const Method *method)
 {
     if (method && m_ipc)
-        sendToRunnerAndSpy(QStringLiteral("registerGlobalMethod"),
-                           {m_ipc->appId(), serialized(*method)});
+        sendToRunnerAndSpy(QStringLiteral("registerGlobalMethod"), {ownId(), serialized(*method)});
 }
 
 } // namespace Tolvex

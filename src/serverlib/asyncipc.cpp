@@ -136,22 +136,15 @@ int AsyncIPC::asyncCall(unsigned destination, const QString &function, const Arg
                         ResponseListener<ArgumentList> *listener, int timeoutMs)
 {
     const int transId = newTransId();
-    QString error;
-    {
-        ChunkedMessageSender sender(this, destination, transId, CallMessage, 0);
-        sender.open(QIODevice::WriteOnly);
-        QDataStream out(&sender);
-        out.setVersion(BodyStreamVersion);
-        out << function;
-        writeArguments(out, args);
-        sender.close();
-        error = sender.errorText();
-    }
+    // Sending may end the connection, and whoever hears of that may delete
+    // this endpoint: nothing of it is touched before the guard is asked.
+    QPointer<AsyncIPC> guard(this);
+    const QString error = writeMessage(destination, transId, CallMessage, function, args);
     if (!error.isEmpty()) {
         listener->error(QStringLiteral("Call failed: %1").arg(error));
         return -1;
     }
-    if (!isOpen()) {
+    if (!guard || !isOpen()) {
         listener->error(QStringLiteral("Channel closed"));
         return -1;
     }
@@ -170,16 +163,24 @@ int AsyncIPC::send(const QString &function, const ArgumentList &args)
 int AsyncIPC::send(unsigned destination, const QString &function, const ArgumentList &args)
 {
     const int transId = newTransId();
-    ChunkedMessageSender sender(this, destination, transId, SendMessage, 0);
+    QPointer<AsyncIPC> guard(this);
+    const QString error = writeMessage(destination, transId, SendMessage, function, args);
+    if (!error.isEmpty() || !guard || !isOpen())
+        return -1;
+    return transId;
+}
+
+QString AsyncIPC::writeMessage(unsigned destination, int transId, MessageType type,
+                               const QString &function, const ArgumentList &args)
+{
+    ChunkedMessageSender sender(this, destination, transId, type, 0);
     sender.open(QIODevice::WriteOnly);
     QDataStream out(&sender);
     out.setVersion(BodyStreamVersion);
     out << function;
     writeArguments(out, args);
     sender.close();
-    if (!sender.errorText().isEmpty() || !isOpen())
-        return -1;
-    return transId;
+    return sender.errorText();
 }
 
 int AsyncIPC::broadcast(const QString &function, const ArgumentList &args)
@@ -199,6 +200,7 @@ void AsyncIPC::callReply(unsigned caller, int callId,
         out << result.error;
     else
         writeArguments(out, result.value);
+    // The endpoint may be gone now; the sender on the stack still is not.
     sender.close();
     if (!sender.errorText().isEmpty())
         qCDebug(lcIpc) << "Failed to send call return value " << sender.errorText();

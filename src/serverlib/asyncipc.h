@@ -119,6 +119,11 @@ private Q_SLOTS:
 private:
     friend class IncomingReply;
 
+    // Writes a call or send body of function name and arguments; the sender's
+    // error text, empty when every frame went out. May delete this endpoint.
+    QString writeMessage(unsigned destination, int transId, MessageType type,
+                         const QString &function, const ArgumentList &args);
+
     // Receivers by peer and transaction: partly received calls and sends
     // under their source, awaited replies under the own address.
     std::map<unsigned, std::map<int, ChunkedMessageReceiver *>> m_pendingMessages;

@@ -29,8 +29,8 @@ QString zlibErrorText(const char *stage, const z_stream &stream, int code)
 
 ChunkedMessageSender::ChunkedMessageSender(AsyncIPC *ipc, unsigned destination, int transId,
                                            MessageType type, unsigned flags)
-    : m_ipc(ipc), m_destination(destination), m_transId(transId), m_type(type), m_flags(flags),
-      m_input(ChunkBufferSize, '\0')
+    : m_ipc(ipc), m_source(ipc ? quint32(ipc->appId()) : 0u), m_destination(destination),
+      m_transId(transId), m_type(type), m_flags(flags), m_input(ChunkBufferSize, '\0')
 {}
 
 ChunkedMessageSender::~ChunkedMessageSender()
@@ -51,20 +51,27 @@ QByteArray ChunkedMessageSender::withHeader(QByteArray frame, unsigned extraFlag
     MessageHeader h;
     h.destination = m_destination;
     h.msgType = m_type;
-    h.source = quint32(m_ipc->appId());
+    h.source = m_source;
     h.transId = m_transId;
     h.flags = m_flags | extraFlags;
     h.writeTo(frame.data());
     return frame;
 }
 
+bool ChunkedMessageSender::enqueue(const QByteArray &frame)
+{
+    AsyncMessageChannel *channel = m_ipc ? m_ipc->channel() : nullptr;
+    if (channel && channel->enqueueMessage(frame))
+        return true;
+    m_error = QStringLiteral("Failed enqueing message chunk");
+    return false;
+}
+
 bool ChunkedMessageSender::flushOutput()
 {
     m_output = withHeader(std::move(m_output), MoreChunksFlag | CompressedFlag);
-    if (!m_ipc->channel() || !m_ipc->channel()->enqueueMessage(m_output)) {
-        m_error = QStringLiteral("Failed enqueing message chunk");
+    if (!enqueue(m_output))
         return false;
-    }
     // The channel may still share the bytes just sent; write into our own.
     m_output.detach();
     m_zstream.next_out = bytes(m_output, HeaderSize);
@@ -126,9 +133,7 @@ void ChunkedMessageSender::close()
     if (!isOpen())
         return;
     if (!m_compressing) {
-        const QByteArray frame = withHeader(m_input.left(m_position), 0);
-        if (!m_ipc->channel() || !m_ipc->channel()->enqueueMessage(frame))
-            m_error = QStringLiteral("Failed enqueing message chunk");
+        enqueue(withHeader(m_input.left(m_position), 0));
         setOpenMode(NotOpen);
         return;
     }
@@ -148,10 +153,7 @@ void ChunkedMessageSender::close()
         setOpenMode(NotOpen);
         return;
     }
-    const QByteArray last =
-        withHeader(m_output.left(ChunkBufferSize - int(m_zstream.avail_out)), CompressedFlag);
-    if (!m_ipc->channel() || !m_ipc->channel()->enqueueMessage(last))
-        m_error = QStringLiteral("Failed enqueing message chunk");
+    enqueue(withHeader(m_output.left(ChunkBufferSize - int(m_zstream.avail_out)), CompressedFlag));
     setOpenMode(NotOpen);
 }
 

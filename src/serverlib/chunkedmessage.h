@@ -21,6 +21,10 @@ inline constexpr int ChunkBufferSize = 10240;
 // is still being serialised: a small body leaves as one plain frame at
 // close(), a large one as a zlib stream cut into frames of ChunkBufferSize.
 // Never holds more than two buffers, however long the body.
+//
+// Each frame that leaves may end the connection, and whoever hears of that
+// may delete the endpoint: the sender holds it weakly and looks again before
+// every frame, so a message cut short fails with an error, never a crash.
 class ChunkedMessageSender : public QIODevice
 {
     Q_OBJECT
@@ -41,9 +45,13 @@ protected:
 
 private:
     bool flushOutput();
+    // False when the endpoint or its channel has gone or the channel refused.
+    bool enqueue(const QByteArray &frame);
     QByteArray withHeader(QByteArray frame, unsigned extraFlags) const;
 
-    AsyncIPC *m_ipc;
+    QPointer<AsyncIPC> m_ipc;
+    // Taken at construction: every frame carries it, also after the endpoint went.
+    quint32 m_source;
     unsigned m_destination;
     int m_transId;
     MessageType m_type;

@@ -1,6 +1,8 @@
 #include "applicationserver.h"
 
 #include "fhostaddress.h"
+#include "fsocket.h"
+#include "tcpmessagechannel.h"
 #include "tcpmessagingserver.h"
 
 namespace Tolvex {
@@ -125,6 +127,27 @@ bool ApplicationServer::sendRaw(const QByteArray &frame, int index)
 {
     AsyncIPC *ipc = clientIPC(index);
     return ipc && isClientConnected(index) && ipc->channel()->enqueueMessage(frame);
+}
+
+FSocket *ApplicationServer::clientSocket(int index) const
+{
+    AsyncIPC *ipc = isClientConnected(index) ? clientIPC(index) : nullptr;
+    auto *channel = ipc ? qobject_cast<TCPMessageChannel *>(ipc->channel()) : nullptr;
+    return channel ? channel->socket() : nullptr;
+}
+
+bool ApplicationServer::writeRawBytes(const QByteArray &bytes, int index)
+{
+    FSocket *socket = clientSocket(index);
+    if (!socket)
+        return false;
+    for (qsizetype done = 0; done < bytes.size();) {
+        const int n = socket->writeBlock(bytes.constData() + done, int(bytes.size() - done));
+        if (n < 0)
+            return false;
+        done += n;
+    }
+    return true;
 }
 
 bool ApplicationServer::isClientConnected(int index) const

@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+class FSocket;
+
 namespace Tolvex {
 
 class TCPMessagingServer;
@@ -63,6 +65,11 @@ public:
     // Writes bytes as one frame behind the endpoint's back: for peers that
     // misbehave. The frame's size prefix is filled in by the channel.
     bool sendRaw(const QByteArray &frame, int index = 0);
+    // Writes bytes onto the connection as they are, with no framing at all:
+    // for peers that break off in the middle of a frame.
+    bool writeRawBytes(const QByteArray &bytes, int index = 0);
+    // The socket of a connected agent, for socket options; null when there is none.
+    FSocket *clientSocket(int index = 0) const;
     // The listener hears the reply or the error.
     int call(const QString &function, const ArgumentList &args,
              ResponseListener<ArgumentList> *listener, int index = 0);
