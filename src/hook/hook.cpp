@@ -1,7 +1,5 @@
 #include "hook.h"
 
-#include "remotefunctiontable.h"
-
 #include "autprocess.h"
 #include "classregistrar.h"
 #include "hookdata_p.h"
@@ -30,6 +28,8 @@ using namespace HookEnvironment;
 Hook *Hook::s_instance = nullptr;
 
 namespace {
+
+Launcher *s_launcher = nullptr;
 
 constexpr qint32 AUTClientKind = 4;
 
@@ -122,12 +122,14 @@ bool Hook::crashHandlerWanted()
 
 Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
            PlatformPlugin *platformPlugin, int wrapperArgument)
-    : d(std::make_unique<HookData>()), m_ipc(ipc), m_runnerId(runnerId),
-      m_objectMap(std::make_unique<ObjectMap>()), m_autProcess(autProcess),
-      m_wrapperArgument(wrapperArgument)
+    : d(std::make_unique<HookData>())
 {
+    d->ipc = ipc;
+    d->runnerId = runnerId;
+    d->autProcess = autProcess;
+    d->wrapperArgument = wrapperArgument;
     d->platformPlugin = platformPlugin;
-    m_exitWaitTimer.setSingleShot(true);
+    d->exitWaitTimer.setSingleShot(true);
     // The StandardScreen is created here once the screen subsystem exists.
 
     ipc->setResponseHandler(this);
@@ -141,14 +143,13 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
 
     Inspector::self()->setEventNotifyDelegate(this);
     ClassRegistrar::setBatchHandler(&Hook::sendLateClasses);
-    connect(&m_exitWaitTimer, &QTimer::timeout, this, &Hook::exitWaitTimeout);
+    connect(&d->exitWaitTimer, &QTimer::timeout, this, &Hook::exitWaitTimeout);
     connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
-    // The endpoint's peerGone drops the binary transmissions of that peer once
-    // the streams exist.
+    connect(ipc, &AsyncIPC::peerGone, this, &Hook::onIPCPeerGone);
     // The screen global methods are registered here, once per process, with
     // the screen subsystem.
 
-    if (m_runnerId > 0 && !hookUp())
+    if (runnerId > 0 && !hookUp())
         return;
     // The highlight timer is connected here, behind the hook-up, with the
     // highlight calls.
@@ -163,10 +164,10 @@ void Hook::cleanup()
 {
     // The crash handler is uninstalled here when crashHandlerWanted(), once
     // crash notification exists.
-    m_objectMap.reset();
-    delete m_autProcess;
-    m_autProcess = nullptr;
-    d->testData.cleanup();
+    d->objectMap.reset();
+    delete d->autProcess;
+    d->autProcess = nullptr;
+    cleanupTestData();
     if (s_instance == this) {
         s_instance = nullptr;
         ClassRegistrar::setBatchHandler(nullptr);
@@ -179,8 +180,8 @@ void Hook::cleanup()
         inspector->setEventNotifyDelegate(nullptr);
     // The endpoint dies with the QObject children, after this Hook's own
     // parts are gone: it must not hand anything to them in between.
-    if (m_ipc)
-        m_ipc->setResponseHandler(nullptr);
+    if (d->ipc)
+        d->ipc->setResponseHandler(nullptr);
     d.reset();
 }
 
@@ -205,6 +206,56 @@ QList<Wrapper *> Hook::wrappers() const
     return living;
 }
 
+IPC *Hook::ipc() const
+{
+    return d->ipc;
+}
+
+int Hook::runnerID() const
+{
+    return d->runnerId;
+}
+
+int Hook::spyID() const
+{
+    return d->spyId < 0 ? d->runnerId : d->spyId;
+}
+
+int Hook::recorderID() const
+{
+    return d->recorderId;
+}
+
+bool Hook::initializationCompleted() const
+{
+    return d->initDone;
+}
+
+bool Hook::isSubProcess() const
+{
+    return d->subProcess;
+}
+
+bool Hook::isAttached() const
+{
+    return d->attached;
+}
+
+void Hook::setAttached(bool attached)
+{
+    d->attached = attached;
+}
+
+int Hook::waitForExitDepth() const
+{
+    return d->waitForExitDepth;
+}
+
+ObjectMap *Hook::objectMap() const
+{
+    return d->objectMap.get();
+}
+
 ObjectHandles &Hook::objectHandles() const
 {
     return d->objects;
@@ -215,12 +266,73 @@ TestDataStore &Hook::testData() const
     return d->testData;
 }
 
+AUTProcess *Hook::autProcess() const
+{
+    return d->autProcess;
+}
+
+PlatformPlugin *Hook::platformPlugin() const
+{
+    return d->platformPlugin;
+}
+
+int Hook::wrapperArgument() const
+{
+    return d->wrapperArgument;
+}
+
+int Hook::namingScheme() const
+{
+    return d->namingScheme;
+}
+
+int Hook::asyncCallDepth() const
+{
+    return d->asyncCallDepth;
+}
+
+bool Hook::isGuiBlocked() const
+{
+    return d->guiBlocked;
+}
+
+bool Hook::isInspecting() const
+{
+    return d->inspecting;
+}
+
+int Hook::testSuiteVersion() const
+{
+    return d->testSuiteVersion;
+}
+
+void Hook::setLauncher(Launcher *launcher)
+{
+    s_launcher = launcher;
+}
+
+Launcher *Hook::launcher()
+{
+    return s_launcher;
+}
+
+void Hook::cleanupTestData()
+{
+    d->testData.cleanup();
+    Q_EMIT cleanUpTestData();
+}
+
+void Hook::onIPCPeerGone(FUInt32)
+{
+    // The binary transmissions of that peer are dropped here once streams exist.
+}
+
 bool Hook::hookUp()
 {
     const int appId = readAppId(-1);
     TOLVEX_TRACE_HOOK() << "Starting hookup"
-                        << "runnerId:" << m_runnerId << " appId:" << appId;
-    m_subProcess = m_ipc->appId() != appId;
+                        << "runnerId:" << d->runnerId << " appId:" << appId;
+    d->subProcess = ownId() != appId;
 
     const QString record = environmentValue("TOLVEX_RECORD");
     if (record.isEmpty())
@@ -233,7 +345,7 @@ bool Hook::hookUp()
     }
 
     if (broadcast(QStringLiteral("log"),
-                  {m_runnerId, QStringLiteral("\tApplication connected...")}) < 0) {
+                  {d->runnerId, QStringLiteral("\tApplication connected...")}) < 0) {
         logLine(QStringLiteral("Could not send broadcast message to server, aborting hookup"));
         close();
         return true;
@@ -247,10 +359,10 @@ bool Hook::hookUp()
         return false;
 
     TOLVEX_TRACE_HOOK() << "Waiting for AUT initialization to finish on remote side";
-    while (!m_initDone) {
+    while (!d->initDone) {
         const FunctionCallResult<QByteArray> waited =
-            m_ipc ? m_ipc->waitForSingleMessage(-1)
-                  : FunctionCallResult<QByteArray>::failure(QStringLiteral("Connection is gone"));
+            d->ipc ? d->ipc->waitForSingleMessage(-1)
+                   : FunctionCallResult<QByteArray>::failure(QStringLiteral("Connection is gone"));
         if (waited.isError())
             logLine(waited.error + QStringLiteral(" during AUT initialization, aborting hookup"));
         if (!guard) {
@@ -263,7 +375,7 @@ bool Hook::hookUp()
         }
     }
     TOLVEX_TRACE_HOOK() << "AUT initialization on remote side finished";
-    const bool dispatched = m_ipc && m_ipc->dispatchMessages();
+    const bool dispatched = d->ipc && d->ipc->dispatchMessages();
     if (!guard)
         return false;
     if (dispatched)
@@ -283,7 +395,7 @@ void Hook::completeHookUp()
         connect(app, &QCoreApplication::aboutToQuit, this, &Hook::notifyApplicationExit,
                 Qt::UniqueConnection);
     broadcast(QStringLiteral("log"),
-              {recorderOrRunnerId(), QStringLiteral("\tHook-up completed...")});
+              {d->recorderOrRunnerId(), QStringLiteral("\tHook-up completed...")});
 }
 
 void Hook::requestDescriptorData(const QString &wrapperName)
@@ -295,124 +407,34 @@ void Hook::requestDescriptorData(const QString &wrapperName)
         logLine(QStringLiteral("Request for descriptor data could not be sent"));
 }
 
-void Hook::handleSend(unsigned sender, const QString &function, const ArgumentList &args)
-{
-    TOLVEX_TRACE_HOOK() << "Processing IPC send"
-                        << "sender" << sender << "func" << function << "args.size()"
-                        << args.count();
-    const int id = RemoteFunctionTable::id(function);
-    const RemoteFunctionInfo *f = RemoteFunctionTable::info(id);
-    // Names that are not sends are dropped without a word.
-    if (!f || f->kind != RemoteFunctionInfo::Send)
-        return;
-    if (!f->acceptsArgumentCount(args.count())) {
-        logLine(RemoteFunctionTable::wrongCountMessage(id, "handleSend"));
-        return;
-    }
-    // Everything after an emit may run on a deleted Hook: each branch ends there.
-    switch (id) {
-    case RemoteFunction::RemoteObjectDestroyed:
-        objectHandles().remoteObjectDestroyed(args.value(0).toInt());
-        break;
-    case RemoteFunction::InitDone:
-        m_initDone = true;
-        Q_EMIT initDoneReceived();
-        break;
-    case RemoteFunction::ExitDone:
-        if (!m_attached)
-            exitWaitTimeout();
-        Q_EMIT exitDoneReceived();
-        break;
-    case RemoteFunction::TestDataCleanup:
-        testData().cleanup();
-        break;
-    case RemoteFunction::Kill:
-        kill();
-        break;
-    case RemoteFunction::SetSpyId:
-        m_spyId = args.value(0).toInt();
-        break;
-    case RemoteFunction::EndRecordAndExit:
-        endRecordAndExit();
-        break;
-    case RemoteFunction::Close:
-        close();
-        break;
-    case RemoteFunction::SetRunnerId:
-        // Only a hook in a subprocess answers to another runner.
-        if (m_subProcess)
-            m_runnerId = args.value(0).toInt();
-        break;
-    case RemoteFunction::SetRecorderId:
-        m_recorderId = args.value(0).toInt();
-        break;
-    case RemoteFunction::SendEvent:
-        sendEvent(args);
-        break;
-    case RemoteFunction::BlockGUI:
-        m_guiBlocked = args.value(0).toBool();
-        Q_EMIT guiBlockedChanged(m_guiBlocked);
-        break;
-    case RemoteFunction::SetObjectMap:
-        setObjectMap(args.value(0).toString());
-        break;
-    case RemoteFunction::SetEventRecordingEnabled:
-        setEventRecordingEnabled(args.value(0).toBool());
-        break;
-    case RemoteFunction::SetDisableEventCompression:
-        setDisableEventCompression();
-        break;
-    case RemoteFunction::RequestAnswer:
-        send(QStringLiteral("answer"), {});
-        break;
-    case RemoteFunction::NamingScheme:
-        setNamingScheme(args.value(0).toInt());
-        break;
-    case RemoteFunction::ObjectDescriptorData:
-        addObjectDescriptorData(args.value(0).toByteArray());
-        break;
-    case RemoteFunction::StopRecord:
-        stopRecord();
-        break;
-    case RemoteFunction::Inspecting:
-        m_inspecting = args.value(0).toBool();
-        Q_EMIT inspectingChanged(m_inspecting);
-        break;
-    case RemoteFunction::TestSuiteVersion:
-        m_testSuiteVersion = args.value(0).toInt();
-        break;
-    default:
-        // Spying, highlighting and streams come with their subsystems.
-        break;
-    }
-}
-
 void Hook::notifyApplicationExit()
 {
-    if (m_exitNotified)
+    if (d->exitNotified)
         return;
-    m_exitNotified = true;
+    d->exitNotified = true;
     TOLVEX_TRACE_HOOK() << "Notifying about AUT (possible) AUT shutdown";
-    d->testData.cleanup();
-    if (!m_ipc || !m_ipc->isOpen())
+    cleanupTestData();
+    if (!d->ipc || !d->ipc->isOpen())
         return;
+    QPointer<Hook> guard(this);
     writeEventQueue();
+    if (!guard)
+        return;
 
     const Inspector *inspector = Inspector::self();
     // A recorder may still be collecting events: then only the server ends
     // the wait.
     if (!(inspector->isEventRecordingEnabled() && inspector->eventNotifyDelegate()))
-        m_exitWaitTimer.start(ExitWaitMs);
-    const int depth = ++m_waitForExitDepth;
+        d->exitWaitTimer.start(ExitWaitMs);
+    const int depth = ++d->waitForExitDepth;
 
-    QPointer<Hook> guard(this);
     for (;;) {
-        if (!m_ipc || !m_ipc->dispatchMessages() || !guard)
+        if (!d->ipc || !d->ipc->dispatchMessages() || !guard)
             break;
         waitForEvents(100);
         if (!s_instance || !guard)
             return;
-        if (depth > m_waitForExitDepth)
+        if (depth > d->waitForExitDepth)
             break;
     }
     if (!guard)
@@ -425,8 +447,8 @@ void Hook::notifyApplicationExit()
         waitForEvents(int(ExitWaitMs - grace.elapsed()));
         if (!s_instance || !guard)
             return;
-        if (m_ipc)
-            m_ipc->dispatchMessages();
+        if (d->ipc)
+            d->ipc->dispatchMessages();
         if (!guard)
             return;
     }
@@ -434,16 +456,16 @@ void Hook::notifyApplicationExit()
 
 void Hook::writeEventQueue()
 {
-    if (m_exitMessageSent || !m_ipc)
+    if (d->exitMessageSent || !d->ipc)
         return;
-    m_exitMessageSent = true;
+    d->exitMessageSent = true;
     // The binary transmissions are dropped here with the streams.
     const ArgumentList args{ownId()};
     const QString function = QStringLiteral("appAboutToExit");
-    if (hasOwnSpy())
-        send(unsigned(m_spyId), function, args);
-    if (hasOwnRecorder())
-        send(unsigned(m_recorderId), function, args);
+    if (d->hasOwnSpy())
+        send(unsigned(d->spyId), function, args);
+    if (d->hasOwnRecorder())
+        send(unsigned(d->recorderId), function, args);
     send(function, args);
 }
 
@@ -452,28 +474,28 @@ void Hook::exitWaitTimeout()
     TOLVEX_TRACE_HOOK() << "Reached exit wait timeout"
                         << ", "
                         << "wait_for_exit_depth"
-                        << "=" << m_waitForExitDepth;
+                        << "=" << d->waitForExitDepth;
     // A stray exitDone outside a wait must not make the next wait end early.
-    if (m_waitForExitDepth > 0)
-        --m_waitForExitDepth;
-    m_exitWaitTimer.stop();
+    if (d->waitForExitDepth > 0)
+        --d->waitForExitDepth;
+    d->exitWaitTimer.stop();
     // Nested waits unwind one per tick.
-    if (m_waitForExitDepth > 0)
-        m_exitWaitTimer.start(1);
+    if (d->waitForExitDepth > 0)
+        d->exitWaitTimer.start(1);
 }
 
 void Hook::kill()
 {
     TOLVEX_TRACE_HOOK() << "Received kill request"
-                        << "wait_for_exit_depth" << m_waitForExitDepth << "attachedToAut"
-                        << m_attached;
+                        << "wait_for_exit_depth" << d->waitForExitDepth << "attachedToAut"
+                        << d->attached;
     MirtInterface::saveAll();
-    if (m_waitForExitDepth > 0) {
+    if (d->waitForExitDepth > 0) {
         // The application is already leaving: let the exit wait go.
         exitWaitTimeout();
         return;
     }
-    const bool attached = m_attached;
+    const bool attached = d->attached;
     d->objects.clearObjectDict();
     Q_EMIT exitReceived();
     if (attached)
@@ -489,7 +511,7 @@ void Hook::kill()
 void Hook::endRecordAndExit()
 {
     d->objects.clearObjectDict();
-    const bool attached = m_attached;
+    const bool attached = d->attached;
     QPointer<Hook> guard(this);
     Q_EMIT exitReceived();
     if (attached) {
@@ -510,23 +532,23 @@ void Hook::endRecordAndExit()
 void Hook::close()
 {
     TOLVEX_TRACE_HOOK() << "Going to close IPC connection"
-                        << "wait_for_exit_depth" << m_waitForExitDepth << "attachedToAut"
-                        << m_attached;
+                        << "wait_for_exit_depth" << d->waitForExitDepth << "attachedToAut"
+                        << d->attached;
     MirtInterface::saveAll();
     // The binary transmissions are dropped here with the streams.
-    if (m_ipc)
-        m_ipc->closeSocket();
+    if (d->ipc)
+        d->ipc->closeSocket();
     QTimer::singleShot(0, this, &Hook::deleteHook);
 }
 
 void Hook::deleteHook()
 {
-    if (m_waitForExitDepth >= 1) {
+    if (d->waitForExitDepth >= 1) {
         TOLVEX_TRACE_HOOK() << "Skipping deletion due active IPC call, "
-                            << "wait_for_exit_depth" << m_waitForExitDepth;
+                            << "wait_for_exit_depth" << d->waitForExitDepth;
         return;
     }
-    if (d && d->sendDepth > 0) {
+    if (d->sendDepth > 0) {
         // The connection ended inside one of our own sends: whoever made it
         // still holds this Hook, which goes once control is back in the loop.
         TOLVEX_TRACE_HOOK() << "Deferring deletion until the send in progress returns";

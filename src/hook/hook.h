@@ -1,12 +1,13 @@
 #pragma once
 
 #include "delegate.h"
+#include "ftypes.h"
 #include "ipc.h"
 
 #include <QByteArray>
 #include <QObject>
-#include <QPointer>
-#include <QTimer>
+#include <QStringList>
+#include <QVariant>
 
 #include <memory>
 
@@ -15,6 +16,7 @@ class FSocket;
 namespace Tolvex {
 
 class AUTProcess;
+class Launcher;
 class Method;
 class Namespace;
 class ObjectList;
@@ -27,8 +29,8 @@ struct HookData;
 
 // The one agent object of a process under test: the AUT's end of the
 // connection to the tool's server. It announces the application, holds it
-// until the test side is ready, and keeps it alive at exit until the server
-// has finished with it.
+// until the test side is ready, serves the server's remote functions, and
+// keeps the application alive at exit until the server has finished with it.
 class Hook : public QObject, public IPCResponseHandlerIface, public EventNotifyDelegate
 {
     Q_OBJECT
@@ -45,6 +47,10 @@ public:
     static Hook *createHookForConnection(FSocket *socket, Wrapper *wrapper, AUTProcess *autProcess,
                                          PlatformPlugin *platformPlugin, int wrapperArgument);
     static Hook *instance();
+    // The launcher that serves "launcherInit" in an application that starts
+    // others; not owned.
+    static void setLauncher(Launcher *launcher);
+    static Launcher *launcher();
 
     // An empty, a single "0" or an unset TOLVEX_NO_CRASHHANDLER wants it.
     static bool crashHandlerWanted();
@@ -58,20 +64,21 @@ public:
     // With a null name, that of the first wrapper.
     void requestDescriptorData(const QString &wrapperName);
 
-    IPC *ipc() const { return m_ipc; }
-    int runnerID() const { return m_runnerId; }
-    int spyID() const { return m_spyId < 0 ? m_runnerId : m_spyId; }
-    int recorderID() const { return m_recorderId; }
-    bool initializationCompleted() const { return m_initDone; }
-    bool isSubProcess() const { return m_subProcess; }
-    bool isAttached() const { return m_attached; }
-    void setAttached(bool attached) { m_attached = attached; }
-    int waitForExitDepth() const { return m_waitForExitDepth; }
-    ObjectMap *objectMap() const { return m_objectMap.get(); }
+    IPC *ipc() const;
+    int runnerID() const;
+    int spyID() const;
+    int recorderID() const;
+    bool initializationCompleted() const;
+    bool isSubProcess() const;
+    bool isAttached() const;
+    void setAttached(bool attached);
+    int waitForExitDepth() const;
+    ObjectMap *objectMap() const;
     ObjectHandles &objectHandles() const;
     TestDataStore &testData() const;
-    AUTProcess *autProcess() const { return m_autProcess; }
-    int wrapperArgument() const { return m_wrapperArgument; }
+    AUTProcess *autProcess() const;
+    PlatformPlugin *platformPlugin() const;
+    int wrapperArgument() const;
 
     // The first wrapper, in the order they were added, that owns the object.
     Wrapper *wrapperForObject(SharedPtr<Object> object) const;
@@ -93,7 +100,7 @@ public:
     // The multi-property name of the object a name finds, under a naming
     // scheme; the name unchanged when it finds nothing.
     QString convertName(const QString &name, int scheme);
-    int namingScheme() const { return m_namingScheme; }
+    int namingScheme() const;
     void setNamingScheme(int scheme);
     void addObjectDescriptorData(const QByteArray &data);
 
@@ -114,7 +121,7 @@ public:
     void beginAsyncCall();
     void finishAsyncCallWithResult(SharedPtr<Object> result);
     void finishAsyncVoidCall(bool withoutResult);
-    int asyncCallDepth() const { return m_asyncCallDepth; }
+    int asyncCallDepth() const;
 
     // Classes and namespaces made after the server read them all.
     void registerClasses(int firstId);
@@ -128,33 +135,47 @@ public:
     // Sends to the runner, or to a given peer; the transaction id, or -1.
     int send(const QString &function, const ArgumentList &args);
     int send(unsigned destination, const QString &function, const ArgumentList &args);
+    // The transaction id, or -1 after the listener has had the error.
     int asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
                   ResponseListener<ArgumentList> *listener);
 
-    bool isGuiBlocked() const { return m_guiBlocked; }
-    bool isInspecting() const { return m_inspecting; }
-    int testSuiteVersion() const { return m_testSuiteVersion; }
+    bool isGuiBlocked() const;
+    bool isInspecting() const;
+    int testSuiteVersion() const;
 
-    using IPCResponseHandlerIface::handleCall;
+    // Removes the files and directories test scripts put here, and says so.
+    void cleanupTestData();
+    // The exit protocol's own steps, as the server's sends ask for them.
+    void kill();
+    void close();
+    void endRecordAndExit();
+
+    void handleSend(unsigned sender, const QString &function, const ArgumentList &args) override;
+    void handleCall(unsigned sender, const QString &function, const ArgumentList &args,
+                    ResponseListener<ArgumentList> *listener) override;
     QVariant handleCall(unsigned sender, const QString &function,
                         const ArgumentList &args) override;
-    void handleSend(unsigned sender, const QString &function, const ArgumentList &args) override;
     void eventRecorded(const EventData &data) override;
 
 Q_SIGNALS:
+    // Also the endpoint's handler hearing that the connection ended.
+    void connectionClosed() override;
+    void guiBlockedChanged(bool blocked);
+    void inspectingChanged(bool inspecting);
+    void autCrashed(const QString &report);
     void notifyEventRecordingEnabled(bool on);
     void exitReceived();
     void initDoneReceived();
     void exitDoneReceived();
-    void objectDescriptorDataReceived(const QByteArray &data);
+    void cleanUpTestData();
     void namingSchemeChanged(int scheme);
+    void objectDescriptorDataReceived(const QByteArray &data);
     // A script installed a handler for this event: wrappers start watching it.
     void eventHandlerRegistered(const QString &event);
-    void guiBlockedChanged(bool blocked);
-    void inspectingChanged(bool inspecting);
 
 public Q_SLOTS:
     void notifyApplicationExit();
+    void onIPCPeerGone(FUInt32 peer);
     void exitWaitTimeout();
     void deleteHook();
 
@@ -170,48 +191,15 @@ private:
     bool hookUp();
     void finalizeHookUp();
     void writeEventQueue();
-    void kill();
-    void close();
-    void endRecordAndExit();
     void cleanup();
-    QVariant callFunction(int id, const ArgumentList &args);
-    QVariant autInfo(const ArgumentList &args) const;
-    QVariant installEventHandler(int function, const ArgumentList &args);
-    void sendEvent(const ArgumentList &args);
-    // A recorder or spy id equal to the runner's is no peer of its own.
-    bool hasOwnRecorder() const { return m_recorderId >= 0 && m_recorderId != m_runnerId; }
-    bool hasOwnSpy() const { return m_spyId >= 0 && m_spyId != m_runnerId; }
-    // Who recording traffic is for: the recorder if there is one, else the runner.
-    int recorderOrRunnerId() const { return hasOwnRecorder() ? m_recorderId : m_runnerId; }
     // Sends to the recorder if there is a real one, else to the runner.
     void sendToRecorder(const QString &function, const ArgumentList &args);
+    void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);
     int broadcast(const QString &function, const ArgumentList &args);
     // The endpoint's own address, which the server knows this application by.
     int ownId() const;
-    void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);
 
     std::unique_ptr<HookData> d;
-    QPointer<IPC> m_ipc;
-    int m_runnerId;
-    int m_spyId = -1;
-    int m_recorderId = -1;
-    int m_waitForExitDepth = 0;
-    bool m_initDone = false;
-    QTimer m_exitWaitTimer;
-    std::unique_ptr<ObjectMap> m_objectMap;
-    bool m_subProcess = false;
-    bool m_exitMessageSent = false;
-    bool m_attached = false;
-    bool m_exitNotified = false;
-    AUTProcess *m_autProcess;
-    int m_wrapperArgument;
-    int m_namingScheme = 0;
-    int m_asyncCallDepth = 0;
-    int m_testSuiteVersion = 0;
-    bool m_guiBlocked = false;
-    bool m_inspecting = false;
-    QString m_lastLogged;
-
     static Hook *s_instance;
 };
 

@@ -58,7 +58,7 @@ SharedPtr<Object> Hook::getObjectIfReady(SharedPtr<Object> object)
         return object;
     // The tester reads the name the object map gives the object, if any.
     const QString realName = object->qualifiedName();
-    QString name = m_objectMap ? m_objectMap->symbolicName(realName, false) : QString();
+    QString name = d->objectMap ? d->objectMap->symbolicName(realName, false) : QString();
     if (name.isEmpty())
         name = realName;
     Inspector::self()->setError(QStringLiteral("Object '") + name +
@@ -122,9 +122,9 @@ SharedPtr<Object> Hook::getObjectItemIfReady(SharedPtr<Object> object, int row, 
 void Hook::setObjectMap(const QString &text)
 {
     // The old map goes first: the newest map is the process's map.
-    m_objectMap.reset();
-    m_objectMap = std::make_unique<ObjectMap>();
-    m_objectMap->loadFromString(text);
+    d->objectMap.reset();
+    d->objectMap = std::make_unique<ObjectMap>();
+    d->objectMap->loadFromString(text);
     for (Wrapper *wrapper : d->wrappers)
         if (wrapper)
             wrapper->clearCachedObjectNames();
@@ -133,13 +133,13 @@ void Hook::setObjectMap(const QString &text)
 void Hook::addToObjectMap(const QString &realName, const QString &symbolicName)
 {
     // Names already reused stay valid: an added entry takes none away.
-    if (m_objectMap)
-        m_objectMap->add(ObjectName(realName), symbolicName);
+    if (d->objectMap)
+        d->objectMap->add(ObjectName(realName), symbolicName);
 }
 
 void Hook::setNamingScheme(int scheme)
 {
-    m_namingScheme = scheme;
+    d->namingScheme = scheme;
     Q_EMIT namingSchemeChanged(scheme);
 }
 
@@ -149,7 +149,7 @@ QString Hook::convertName(const QString &name, int scheme)
     if (!object)
         return name;
     QPointer<Hook> guard(this);
-    const int previous = m_namingScheme;
+    const int previous = d->namingScheme;
     setNamingScheme(scheme);
     const QString converted = object->qualifiedName();
     if (!guard)

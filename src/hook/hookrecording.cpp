@@ -14,7 +14,6 @@
 #include "method.h"
 #include "namespace.h"
 #include "objecthandles.h"
-#include "remotefunctiontable.h"
 #include "trace.h"
 #include "wrapper.h"
 
@@ -43,54 +42,54 @@ template <typename T> QByteArray serialized(const T &value)
 
 QStringList Hook::getClientEnvironment()
 {
-    if (!m_ipc)
+    if (!d->ipc)
         return {};
     SendScope sending(*d);
-    return m_ipc->call(unsigned(m_runnerId), QStringLiteral("clientEnvironment"), {})
+    return d->ipc->call(unsigned(d->runnerId), QStringLiteral("clientEnvironment"), {})
         .toStringList();
 }
 
 int Hook::send(const QString &function, const ArgumentList &args)
 {
-    return send(unsigned(m_runnerId), function, args);
+    return send(unsigned(d->runnerId), function, args);
 }
 
 // Every message the Hook sends of its own goes out through these three.
 int Hook::send(unsigned destination, const QString &function, const ArgumentList &args)
 {
-    if (!m_ipc)
+    if (!d->ipc)
         return -1;
     SendScope sending(*d);
-    return m_ipc->send(destination, function, args);
+    return d->ipc->send(destination, function, args);
 }
 
 int Hook::broadcast(const QString &function, const ArgumentList &args)
 {
-    if (!m_ipc)
+    if (!d->ipc)
         return -1;
     SendScope sending(*d);
-    return m_ipc->broadcast(function, args);
+    return d->ipc->broadcast(function, args);
 }
 
 int Hook::asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
                     ResponseListener<ArgumentList> *listener)
 {
-    if (!m_ipc) {
+    if (!d->ipc) {
         listener->error(QStringLiteral("Channel closed"));
         return -1;
     }
     SendScope sending(*d);
-    return m_ipc->asyncCall(destination, function, args, listener);
+    return d->ipc->asyncCall(destination, function, args, listener);
 }
 
 int Hook::ownId() const
 {
-    return m_ipc ? m_ipc->appId() : 0;
+    return d->ipc ? d->ipc->appId() : 0;
 }
 
 void Hook::sendToRecorder(const QString &function, const ArgumentList &args)
 {
-    send(unsigned(recorderOrRunnerId()), function, args);
+    send(unsigned(d->recorderOrRunnerId()), function, args);
 }
 
 void Hook::eventRecorded(const EventData &data)
@@ -122,12 +121,12 @@ void Hook::logEvent(const EventData &data)
         return;
     }
     // A repeat is swallowed once, so a run of equal events logs every other.
-    if (text == m_lastLogged) {
-        m_lastLogged = QString();
+    if (text == d->lastLogged) {
+        d->lastLogged = QString();
         return;
     }
-    m_lastLogged = text;
-    broadcast(QStringLiteral("log"), {recorderOrRunnerId(), text});
+    d->lastLogged = text;
+    broadcast(QStringLiteral("log"), {d->recorderOrRunnerId(), text});
 }
 
 void Hook::logResult(int resultType, const QString &text)
@@ -177,80 +176,14 @@ void Hook::stopRecord()
         if (!guard)
             return;
     }
-    if (m_ipc)
+    if (d->ipc)
         sendToRecorder(QStringLiteral("recordingSubmitted"), {ownId()});
-}
-
-QVariant Hook::installEventHandler(int function, const ArgumentList &args)
-{
-    Inspector *inspector = Inspector::self();
-    // Object and class handlers name their target first.
-    const int first = function <= RemoteFunction::UninstallEventHandler2 ? 1 : 0;
-    const QString event = args.value(first).toString();
-    const QString callback = args.value(first + 1).toString();
-    switch (function) {
-    case RemoteFunction::InstallEventHandler1:
-    case RemoteFunction::UninstallEventHandler1: {
-        const bool install = function == RemoteFunction::InstallEventHandler1;
-        SharedPtr<Object> object = objectHandles().objectById(args.value(0).toInt());
-        if (!object) {
-            logLine(
-                install
-                    ? QStringLiteral("Hook::handleCall: F_InstallEventHandler1: Invalid object")
-                    : QStringLiteral("Hook::handleCall: F_UninstallEventHandler1: Invalid object"));
-            return false;
-        }
-        if (!install) {
-            inspector->uninstallObjectEventHandler(object, event, callback);
-            return true;
-        }
-        inspector->installObjectEventHandler(object, event, callback);
-        break;
-    }
-    case RemoteFunction::InstallEventHandler2:
-        inspector->installClassEventHandler(args.value(0).toString(), event, callback);
-        break;
-    case RemoteFunction::UninstallEventHandler2:
-        inspector->uninstallClassEventHandler(args.value(0).toString(), event, callback);
-        return true;
-    case RemoteFunction::InstallEventHandler3:
-        inspector->installGlobalEventHandler(event, callback);
-        break;
-    case RemoteFunction::UninstallEventHandler3:
-        inspector->uninstallGlobalEventHandler(event, callback);
-        return true;
-    default:
-        return QVariant();
-    }
-    // The answer is built before the signal: a slot may delete this Hook.
-    Q_EMIT eventHandlerRegistered(event);
-    return true;
-}
-
-void Hook::sendEvent(const ArgumentList &args)
-{
-    const Class *global = Inspector::self()->globalClass();
-    const Event *event = global ? global->event(args.value(0).toInt()) : nullptr;
-    if (!event) {
-        logLine(QStringLiteral("Hook::sendEvent: invalid event"));
-        return;
-    }
-    ObjectHandles &handles = objectHandles();
-    SharedPtr<Object> receiver = handles.objectById(args.value(1).toInt());
-    if (!receiver) {
-        logLine(QStringLiteral("Hook::sendEvent: invalid receiver"));
-        return;
-    }
-    ObjectList objects;
-    for (int i = 2; i < args.count(); ++i)
-        objects << handles.objectById(args.at(i).toInt());
-    Inspector::self()->sendEvent(event, receiver, objects);
 }
 
 void Hook::sendCallBack(const QString &handler, const ObjectList &objects)
 {
     const int sequence = HookData::callBackSequence++;
-    if (!m_ipc)
+    if (!d->ipc)
         return;
     ArgumentList args{handler};
     ObjectHandles &handles = objectHandles();
@@ -270,20 +203,20 @@ void Hook::pauseExecution()
 
 void Hook::beginAsyncCall()
 {
-    ++m_asyncCallDepth;
+    ++d->asyncCallDepth;
     send(QStringLiteral("waitForFinish"), {});
 }
 
 void Hook::finishAsyncCallWithResult(SharedPtr<Object> result)
 {
-    m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
-    if (m_ipc)
+    d->asyncCallDepth = qMax(0, d->asyncCallDepth - 1);
+    if (d->ipc)
         send(QStringLiteral("waitForFinishDone"), {objectHandles().objectToVariant(result)});
 }
 
 void Hook::finishAsyncVoidCall(bool withoutResult)
 {
-    m_asyncCallDepth = qMax(0, m_asyncCallDepth - 1);
+    d->asyncCallDepth = qMax(0, d->asyncCallDepth - 1);
     send(QStringLiteral("waitForFinishDone"),
          withoutResult ? ArgumentList() : ArgumentList{QVariant()});
 }
@@ -291,8 +224,8 @@ void Hook::finishAsyncVoidCall(bool withoutResult)
 void Hook::sendToRunnerAndSpy(const QString &function, const ArgumentList &args)
 {
     send(function, args);
-    if (hasOwnSpy())
-        send(unsigned(m_spyId), function, args);
+    if (d->hasOwnSpy())
+        send(unsigned(d->spyId), function, args);
 }
 
 void Hook::sendLateClasses()
@@ -305,13 +238,13 @@ void Hook::registerClasses(int firstId)
 {
     const int count = Inspector::self()->numClasses();
     // Until the server has read all classes, it reads the new ones with them.
-    if (!d->classesRequested || firstId == count || !m_ipc)
+    if (!d->classesRequested || firstId == count || !d->ipc)
         return;
     TOLVEX_TRACE_HOOK() << "Sending classes" << firstId << "to" << count;
     send(QStringLiteral("registerClasses"), {ownId(), ObjectHandles::classesFrom(firstId)});
     d->runnerClassCount = count;
-    if (hasOwnSpy() && d->spyClassCount != count) {
-        send(unsigned(m_spyId), QStringLiteral("registerClasses"),
+    if (d->hasOwnSpy() && d->spyClassCount != count) {
+        send(unsigned(d->spyId), QStringLiteral("registerClasses"),
              {ownId(), ObjectHandles::classesFrom(d->spyClassCount)});
         d->spyClassCount = count;
     }
@@ -319,13 +252,13 @@ void Hook::registerClasses(int firstId)
 
 void Hook::registerNamespace(Namespace *ns)
 {
-    if (ns && m_ipc)
+    if (ns && d->ipc)
         sendToRunnerAndSpy(QStringLiteral("registerNamespace"), {ownId(), serialized(*ns)});
 }
 
 void Hook::registerGlobalMethod(const Method *method)
 {
-    if (method && m_ipc)
+    if (method && d->ipc)
         sendToRunnerAndSpy(QStringLiteral("registerGlobalMethod"), {ownId(), serialized(*method)});
 }
 

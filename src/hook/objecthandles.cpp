@@ -265,7 +265,8 @@ SharedPtr<Object> ObjectHandles::construct(int classId, int index, const FList<i
 QString ObjectHandles::objectToDebugString(int id) const
 {
     const SharedPtr<Object> o = known("objectToDebugString", id);
-    return o ? o->toDebugString() : QString();
+    // Empty, not null: on the wire the two are different bytes.
+    return o ? o->toDebugString() : QStringLiteral("");
 }
 
 namespace {
@@ -381,8 +382,9 @@ SharedPtr<Object> ObjectHandles::objectDereference(int id) const
 QByteArray ObjectHandles::getObjectAttribute(int id) const
 {
     const SharedPtr<Object> o = known("getObjectAttribute", id);
+    // Empty, not null: on the wire the two are different bytes.
     if (!o)
-        return QByteArray();
+        return QByteArray("");
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
     out.setVersion(MetadataStreamVersion);
@@ -439,10 +441,7 @@ SharedPtr<Object> ObjectHandles::objectGlobalBounds(const SharedPtr<Object> &obj
         Inspector::self()->setError(QStringLiteral("Cannot fetch geometry for invalid object."));
         return nullptr;
     }
-    const auto *geometry = static_cast<const GeometryDelegate *>(
-        object->type()
-            ? DelegateFactory::self()->delegate(object->type()->className(), Delegate::Geometry)
-            : nullptr);
+    const GeometryDelegate *geometry = geometryDelegateFor(object);
     if (!geometry) {
         Inspector::self()->setError(QStringLiteral("Cannot fetch geometry for object of type %1.")
                                         .arg(object->className()));
@@ -454,15 +453,43 @@ SharedPtr<Object> ObjectHandles::objectGlobalBounds(const SharedPtr<Object> &obj
 
 // ---- creation ----
 
+namespace {
+
+constexpr int ShortClassId = 0;
+constexpr int CharClassId = 4;
+
+// A primitive of a class that has no Inspector form of its own, made by the
+// class's constructor that copies one value onto the heap.
+template <typename T> SharedPtr<Object> constructed(int classId, T value)
+{
+    const Class *type = Inspector::self()->type(classId);
+    void *args[] = {&value};
+    return type ? type->construct(1, args) : nullptr;
+}
+
+// A char from its text, or, given as a number, from its low byte.
+char charOf(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray)
+        return value.toString().toUtf8().append('\0').at(0);
+    return char(value.toInt());
+}
+
+} // namespace
+
 SharedPtr<Object> ObjectHandles::createPrimitive(const QString &type, const QVariant &value) const
 {
     Inspector *inspector = Inspector::self();
+    if (type == QLatin1String("int"))
+        return inspector->createPrimitive(value.toInt());
     if (type == QLatin1String("long"))
         return inspector->createPrimitive(long(value.toLongLong()));
-    if (type == QLatin1String("int") || type == QLatin1String("short"))
-        return inspector->createPrimitive(value.toInt());
+    if (type == QLatin1String("short"))
+        return constructed(ShortClassId, short(value.toInt()));
     if (type == QLatin1String("bool"))
         return inspector->createPrimitive(value.toBool());
+    if (type == QLatin1String("char"))
+        return constructed(CharClassId, charOf(value));
     if (type == QLatin1String("char*"))
         return inspector->createPrimitive(value.toString().toUtf8().constData());
     if (type == QLatin1String("double"))
@@ -471,6 +498,8 @@ SharedPtr<Object> ObjectHandles::createPrimitive(const QString &type, const QVar
         return inspector->createPrimitive(value.toLongLong());
     if (type == QLatin1String("[char*"))
         return inspector->createPrimitive(value.toStringList());
+    if (type == QLatin1String("void"))
+        return inspector->voidObject();
     log() << "Hook::handleCall: F_CreatePrimitive: " << type.toStdString()
           << "is not a primitive type" << std::endl;
     return nullptr;

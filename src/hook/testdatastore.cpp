@@ -69,8 +69,9 @@ std::pair<QByteArray, QString> TestDataStore::get(const QString &path) const
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {QByteArray(), file.errorString()};
+    // Empty, not null: on the wire the two are different bytes.
     if (file.size() <= 0)
-        return {QByteArray(), QString()};
+        return {QByteArray(""), QString()};
     const QByteArray bytes = file.readAll();
     if (bytes.isNull())
         return {QByteArray(), QStringLiteral("Failed to read from file, unknown error occured")};

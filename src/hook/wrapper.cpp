@@ -1,5 +1,7 @@
 #include "wrapper.h"
 
+#include "delegate.h"
+#include "hookenvironment_p.h"
 #include "inspector.h"
 #include "objectmap.h"
 #include "objectname.h"
@@ -26,6 +28,13 @@ QString notReadyReason()
 {
     const QString error = Inspector::self()->lastError();
     return error.isEmpty() ? Wrapper::unknownNotReadyText() : error;
+}
+
+// What the platform's input and screen answer while no platform plug-in is
+// there to reach them.
+FunctionCallResult<void> platformUnavailable()
+{
+    return FunctionCallResult<void>::failure(QStringLiteral("Platform plugin not set"));
 }
 
 } // namespace
@@ -166,6 +175,98 @@ bool Wrapper::possibleNameMatch(const QMap<QString, PropertyValue> &,
 void Wrapper::exitAUT(int code)
 {
     QCoreApplication::exit(code);
+}
+
+bool Wrapper::spyObjectChildren(SharedPtr<Object> object, QList<SpyObject> *rows)
+{
+    if (!object || !rows)
+        return false;
+    for (const SharedPtr<Object> &child : object->children())
+        rows->append(SpyObject{child->name(), child->className(), true, supportsHighlight(child)});
+    return true;
+}
+
+QImage Wrapper::qImage(SharedPtr<Object>)
+{
+    return QImage();
+}
+
+QVariant Wrapper::desktopImage()
+{
+    HookEnvironment::logLine(QStringLiteral("Wrapper::desktopImage: Failed to take screenshot: ") +
+                             platformUnavailable().error);
+    return QVariant();
+}
+
+QString Wrapper::highlightObject(SharedPtr<Object>)
+{
+    return QStringLiteral("Object highlighting not supported");
+}
+
+bool Wrapper::supportsHighlight(SharedPtr<Object> object)
+{
+    const GeometryDelegate *geometry = geometryDelegateFor(object);
+    return geometry && geometry->isVisible(object);
+}
+
+QImage Wrapper::grabObjectScreenshot(SharedPtr<Object> object, int, int)
+{
+    if (!object)
+        return QImage();
+    Inspector::self()->setError(
+        QStringLiteral("grabObjectScreenshot: Failed to take screenshot: ") +
+        platformUnavailable().error);
+    return QImage();
+}
+
+FunctionCallResult<Point<1>> Wrapper::pointerMove(SharedPtr<Object> object, Point<1> position)
+{
+    using Result = FunctionCallResult<Point<1>>;
+    const GeometryDelegate *geometry = geometryDelegateFor(object);
+    if (!geometry)
+        return Result::failure(QStringLiteral("No geometry found for object"));
+    Point<1> target;
+    if (position.isValid()) {
+        target = geometry->relativeToNative(object, position.x, position.y);
+    } else {
+        const Rect<1> bounds = geometry->nativeGlobalBounds(object);
+        if (bounds.width < 0 || bounds.height < 0)
+            return Result::failure(QStringLiteral("Object does not have a valid geometry"));
+        target = Point<1>(bounds.x + bounds.width / 2, bounds.y + bounds.height / 2);
+    }
+    const FunctionCallResult<void> moved = platformUnavailable();
+    if (moved.isError())
+        return Result::failure(moved.error);
+    return target;
+}
+
+FunctionCallResult<void> Wrapper::pointerPress(SharedPtr<Object> object, Point<1> position,
+                                               MouseButton::Value, int, bool, int)
+{
+    const FunctionCallResult<Point<1>> moved = pointerMove(object, position);
+    if (moved.isError())
+        return FunctionCallResult<void>::failure(moved.error);
+    return platformUnavailable();
+}
+
+FunctionCallResult<void> Wrapper::pointerClick(SharedPtr<Object> object, Point<1> position,
+                                               MouseButton::Value button, int modifiers, int count)
+{
+    // Both halves run, so a button is never left pressed; the first error wins.
+    const FunctionCallResult<void> pressed =
+        pointerPress(object, position, button, modifiers, true, count);
+    const FunctionCallResult<void> released =
+        pointerPress(object, position, button, modifiers, false, count);
+    return pressed.isError() ? pressed : released;
+}
+
+FunctionCallResult<void> Wrapper::doubleClick(SharedPtr<Object> object, Point<1> position,
+                                              MouseButton::Value button, int modifiers)
+{
+    const FunctionCallResult<void> first = pointerClick(object, position, button, modifiers, 1);
+    if (first.isError())
+        return first;
+    return pointerClick(object, position, button, modifiers, 2);
 }
 
 void Wrapper::clearCachedObjectNames()

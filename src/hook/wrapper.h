@@ -1,14 +1,18 @@
 #pragma once
 
 #include "functioncallresult.h"
+#include "mousebutton.h"
 #include "object.h"
+#include "point.h"
 #include "propertyvalue.h"
 
 #include <QByteArray>
+#include <QImage>
 #include <QList>
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <QVariant>
 
 #include <memory>
 
@@ -16,6 +20,16 @@ namespace Tolvex {
 
 class Property;
 struct WrapperData;
+
+// One row of the object browser.
+struct SpyObject
+{
+    QString name;
+    QString className;
+    // Listed rows are always shown.
+    bool shown = true;
+    bool highlightable = false;
+};
 
 // One property read of a batch: the Wrapper fills in the result.
 struct ObjectPropertyValue
@@ -31,8 +45,8 @@ struct ObjectPropertyValue
 // default, and keeps the cache that lets a recorder reuse the names the user
 // already has in the object map.
 //
-// Spying, highlighting, screenshots and pointer input join this class with their
-// subsystems.
+// The virtual operations keep their order: wrappers built separately from
+// this library depend on it.
 class Wrapper : public QObject
 {
     Q_OBJECT
@@ -71,6 +85,10 @@ public:
     virtual void propertyValues(QList<ObjectPropertyValue>::iterator begin,
                                 QList<ObjectPropertyValue>::iterator end);
 
+    // The object's children as rows of the object browser; false when the
+    // object has none to show.
+    virtual bool spyObjectChildren(SharedPtr<Object> object, QList<SpyObject> *rows);
+    // The spy's picking mode went on or off.
     virtual void spyModeChanged(bool on) = 0;
 
     // The object map's name for this object, so that a recorder reuses it
@@ -90,6 +108,31 @@ public:
     // Asked to end the application; the default leaves the event loop with
     // the code, so the application shuts down the way it normally would.
     virtual void exitAUT(int code);
+
+    // The pixels of an object the toolkit can draw by itself; null by default.
+    virtual QImage qImage(SharedPtr<Object> object);
+    // The whole desktop in the screenshot wire form, or an invalid value.
+    virtual QVariant desktopImage();
+    // Outlines the object on the screen; an error text, empty on success.
+    virtual QString highlightObject(SharedPtr<Object> object);
+    // Whether the object has a place on the screen to outline: its class has
+    // a geometry delegate and the object is visible.
+    virtual bool supportsHighlight(SharedPtr<Object> object);
+    // The object's pixels; flags 2 forbids capturing them from the screen.
+    virtual QImage grabObjectScreenshot(SharedPtr<Object> object, int flags, int delay);
+
+    // Pointer input on an object. Without a position the object's centre is
+    // used; a position is relative to the object. The answer of pointerMove
+    // is the point on the screen the pointer went to.
+    virtual FunctionCallResult<Point<1>> pointerMove(SharedPtr<Object> object, Point<1> position);
+    virtual FunctionCallResult<void> pointerPress(SharedPtr<Object> object, Point<1> position,
+                                                  MouseButton::Value button, int modifiers,
+                                                  bool press, int count);
+    virtual FunctionCallResult<void> pointerClick(SharedPtr<Object> object, Point<1> position,
+                                                  MouseButton::Value button, int modifiers,
+                                                  int count);
+    virtual FunctionCallResult<void> doubleClick(SharedPtr<Object> object, Point<1> position,
+                                                 MouseButton::Value button, int modifiers);
 
     // Forgets every reused name; the object map they came from has changed.
     void clearCachedObjectNames();

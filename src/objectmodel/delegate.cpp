@@ -192,4 +192,12 @@ EventNotifyDelegate::~EventNotifyDelegate()
         Inspector::self()->setEventNotifyDelegate(nullptr);
 }
 
+const GeometryDelegate *geometryDelegateFor(const SharedPtr<Object> &object)
+{
+    if (!object || !object->type())
+        return nullptr;
+    return static_cast<const GeometryDelegate *>(
+        DelegateFactory::self()->delegate(object->type()->className(), Delegate::Geometry));
+}
+
 } // namespace Tolvex

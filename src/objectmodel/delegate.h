@@ -221,4 +221,8 @@ public:
     virtual void eventRecorded(const EventData &data) = 0;
 };
 
+// The geometry delegate registered for the object's class; null for a null
+// object or a class without one. Asked at each use, never cached.
+const GeometryDelegate *geometryDelegateFor(const SharedPtr<Object> &object);
+
 } // namespace Tolvex

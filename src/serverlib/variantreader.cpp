@@ -1,6 +1,7 @@
 #include "variantreader.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QPoint>
 #include <QStringList>
 #include <QVariantList>
@@ -31,6 +32,18 @@ constexpr quint32 OldTypeCount = sizeof(OldTypeIds) / sizeof(OldTypeIds[0]);
 bool ok(const QDataStream &s)
 {
     return s.status() == QDataStream::Ok;
+}
+
+// Pixmaps, cursors, fonts and the values made of them abort a process that
+// has no GUI application when they are merely constructed; a peer must not
+// be able to end the process that way, so there they are refused.
+bool loadable(QMetaType type)
+{
+    const int id = type.id();
+    if (id < QMetaType::FirstGuiType || id > QMetaType::LastGuiType)
+        return true;
+    const QCoreApplication *app = QCoreApplication::instance();
+    return app && app->inherits("QGuiApplication");
 }
 
 void readValue(QDataStream &s, QVariant *value, int depth);
@@ -133,6 +146,10 @@ void readValue(QDataStream &s, QVariant *value, int depth)
         // writer wrote a string in its place.
         QString placeholder;
         s >> placeholder;
+        return;
+    }
+    if (!loadable(type)) {
+        s.setStatus(QDataStream::ReadCorruptData);
         return;
     }
     switch (id) {

@@ -1,4 +1,5 @@
 #include "autprocess.h"
+#include "clogcapture.h"
 #include "hook.h"
 #include "hookenvironment_p.h"
 #include "ipc.h"
@@ -28,18 +29,7 @@ public:
     void recordingStopped() override {}
 };
 
-// What the log stream receives while it lives.
-class ClogCapture
-{
-public:
-    ClogCapture() : m_old(std::clog.rdbuf(m_buffer.rdbuf())) {}
-    ~ClogCapture() { std::clog.rdbuf(m_old); }
-    std::string text() const { return m_buffer.str(); }
-
-private:
-    std::ostringstream m_buffer;
-    std::streambuf *m_old;
-};
+using TestSupport::ClogCapture;
 
 TEST(HookTest, WithoutRunnerIdTheHookIsLocalAndNeverBlocks)
 {

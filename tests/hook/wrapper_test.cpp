@@ -1,12 +1,15 @@
 // The wrapper base: readiness defaults and the reuse of object map names.
+#include "delegatefactory.h"
 #include "hook.h"
 #include "inspector.h"
+#include "nodetoolkit.h"
 #include "objectmap.h"
 #include "property.h"
 #include "testtoolkit.h"
 #include "wrapper.h"
 
 #include <QMap>
+#include <QScopeGuard>
 
 #include <gtest/gtest.h>
 
@@ -182,6 +185,112 @@ TEST(WrapperTest, HookSettingsReachEveryWrapperAndCompressionFollowsTheDefault)
     hook->stopRecord();
     hook->deleteHook();
     qunsetenv("TOLVEX_RECORD");
+}
+
+// Nodes whose names begin with "shown" are on the screen, 10 by 20 at (100, 200);
+// a node named "flat" has no size at all.
+class NodeGeometry : public GeometryDelegate
+{
+public:
+    NodeGeometry() : GeometryDelegate(QStringLiteral("LookupNode")) {}
+    Rect<2> globalBounds(SharedPtr<Object> o) const override
+    {
+        return NodeToolkit::nodeOf(o)->name == QLatin1String("flat") ? Rect<2>(0, 0, -1, -1)
+                                                                     : Rect<2>(100, 200, 10, 20);
+    }
+    bool isVisible(SharedPtr<Object> o) const override
+    {
+        return NodeToolkit::nodeOf(o)->name.startsWith(QLatin1String("shown"));
+    }
+    SharedPtr<Object> window(SharedPtr<Object>) const override { return nullptr; }
+};
+
+// Records the presses the base's clicks are made of; fails where told.
+class PressRecorder : public TableWrapper
+{
+public:
+    FunctionCallResult<void> pointerPress(SharedPtr<Object>, Point<1>, MouseButton::Value, int,
+                                          bool press, int count) override
+    {
+        presses
+            << QStringLiteral("%1%2").arg(press ? QLatin1Char('+') : QLatin1Char('-')).arg(count);
+        if (presses.size() == failAt)
+            return FunctionCallResult<void>::failure(QStringLiteral("failed %1").arg(failAt));
+        return {};
+    }
+    QStringList presses;
+    qsizetype failAt = 0;
+};
+
+TEST(WrapperTest, SpyRowsHighlightingAndPointerDefaults)
+{
+    NodeToolkit::Node root;
+    NodeToolkit::Node *form = root.add(QStringLiteral("form"));
+    form->add(QStringLiteral("shownButton"));
+    form->add(QStringLiteral("hiddenLabel"));
+    // Another test's hierarchy of the same class comes back afterwards.
+    auto *earlier = const_cast<Delegate *>(
+        DelegateFactory::self()->delegate(QStringLiteral("LookupNode"), Delegate::ObjectHierarchy));
+    const auto restore = qScopeGuard([earlier] {
+        if (earlier)
+            DelegateFactory::self()->addDelegate(earlier);
+    });
+    NodeToolkit::NodeHierarchy hierarchy(QStringLiteral("LookupNode"), &root);
+    DelegateFactory::self()->addDelegate(&hierarchy);
+    TableWrapper wrapper;
+    const SharedPtr<Object> formObject = NodeToolkit::wrap(form);
+
+    // Without geometry nothing can be outlined or pointed at.
+    QList<SpyObject> rows;
+    ASSERT_TRUE(wrapper.spyObjectChildren(formObject, &rows));
+    ASSERT_EQ(rows.size(), 2);
+    EXPECT_FALSE(rows[0].highlightable);
+    EXPECT_EQ(wrapper.pointerMove(formObject, {}).error,
+              QStringLiteral("No geometry found for object"));
+    EXPECT_EQ(wrapper.highlightObject(formObject),
+              QStringLiteral("Object highlighting not supported"));
+    EXPECT_FALSE(wrapper.spyObjectChildren(nullptr, &rows));
+
+    {
+        NodeGeometry geometry;
+        DelegateFactory::self()->addDelegate(&geometry);
+        rows.clear();
+        ASSERT_TRUE(wrapper.spyObjectChildren(formObject, &rows));
+        EXPECT_EQ(rows[0].name, QStringLiteral("shownButton"));
+        EXPECT_EQ(rows[0].className, QStringLiteral("LookupNode"));
+        EXPECT_TRUE(rows[0].shown);
+        EXPECT_TRUE(rows[0].highlightable);
+        EXPECT_FALSE(rows[1].highlightable);
+        EXPECT_FALSE(wrapper.supportsHighlight(nullptr));
+
+        NodeToolkit::Node flat;
+        flat.name = QStringLiteral("flat");
+        EXPECT_EQ(wrapper.pointerMove(NodeToolkit::wrap(&flat), {}).error,
+                  QStringLiteral("Object does not have a valid geometry"));
+    }
+    // The delegate left the registry with its end.
+    EXPECT_FALSE(wrapper.supportsHighlight(NodeToolkit::wrap(form->children[0].get())));
+
+    // A click is a press and a release, both always; the first error wins.
+    PressRecorder clicker;
+    EXPECT_TRUE(clicker.pointerClick(formObject, {}, MouseButton::Left, 0, 1).isSuccess());
+    EXPECT_EQ(clicker.presses, (QStringList{"+1", "-1"}));
+    clicker.presses.clear();
+    clicker.failAt = 1;
+    EXPECT_EQ(clicker.pointerClick(formObject, {}, MouseButton::Left, 0, 1).error,
+              QStringLiteral("failed 1"));
+    EXPECT_EQ(clicker.presses, (QStringList{"+1", "-1"}));
+    // A double click is a click counted 1, then one counted 2; an error in
+    // the first ends it.
+    clicker.presses.clear();
+    clicker.failAt = 0;
+    EXPECT_TRUE(clicker.doubleClick(formObject, {}, MouseButton::Right, 0).isSuccess());
+    EXPECT_EQ(clicker.presses, (QStringList{"+1", "-1", "+2", "-2"}));
+    clicker.presses.clear();
+    clicker.failAt = 2;
+    EXPECT_EQ(clicker.doubleClick(formObject, {}, MouseButton::Right, 0).error,
+              QStringLiteral("failed 2"));
+    EXPECT_EQ(clicker.presses, (QStringList{"+1", "-1"}));
 }
 
 } // namespace

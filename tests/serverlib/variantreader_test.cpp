@@ -105,4 +105,11 @@ TEST(VariantReader, HostileCountsAndNestingFailInsteadOfExhaustingMemoryOrStack)
     // A type number past the table reads as an invalid value.
     EXPECT_FALSE(readBack(QByteArray::fromHex("00001000"), &status).isValid());
     EXPECT_EQ(status, QDataStream::Ok);
+
+    // Pixmaps, bitmaps, cursors and icons would abort a process without a
+    // GUI application, such as this one, as soon as they were made.
+    for (const char *guiValue : {"0000000600000000", "00000017", "00000018", "0000000d"}) {
+        EXPECT_FALSE(readBack(QByteArray::fromHex(guiValue), &status).isValid()) << guiValue;
+        EXPECT_EQ(status, QDataStream::ReadCorruptData) << guiValue;
+    }
 }
