@@ -1,21 +1,20 @@
 #include "fprocess.h"
 
 #include "fprocessplatform_p.h"
+#include "logging.h"
 
 #include <QDebug>
 #include <QFile>
 #include <QHash>
-#include <QLoggingCategory>
 #include <QSet>
 
 #include <system_error>
 #include <thread>
 
 namespace P = FProcessPlatform;
+using Tolvex::lcProcess;
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcProcess, "tolvex.fkit.process", QtWarningMsg)
 
 P::NativeString toNative(const QString &s)
 {
@@ -56,7 +55,7 @@ std::thread startPump(P::Handle from, bool error)
     try {
         return std::thread(pump, from, error);
     } catch (const std::system_error &e) {
-        qDebug("FProcess::wait: no pump thread (%s), copying on this thread", e.what());
+        qCDebug(lcProcess, "FProcess::wait: no pump thread (%s), copying on this thread", e.what());
         return {};
     }
 }
@@ -97,10 +96,10 @@ bool snapshot(std::vector<P::ProcessEntry> *processes)
     case P::SnapshotResult::Ok:
         return true;
     case P::SnapshotResult::ResolveFailed:
-        qDebug("Failed to resolve toolhelp functions!");
+        qCDebug(lcProcess, "Failed to resolve toolhelp functions!");
         return false;
     case P::SnapshotResult::SnapshotFailed:
-        qDebug("Failed to create a process snapshot");
+        qCDebug(lcProcess, "Failed to create a process snapshot");
         return false;
     }
     return false;
@@ -112,7 +111,7 @@ bool endProcess(P::ProcessId pid)
     case P::TerminateResult::Ok:
         return true;
     case P::TerminateResult::NoHandle:
-        qDebug("Failed to get process handle");
+        qCDebug(lcProcess, "Failed to get process handle");
         return false;
     case P::TerminateResult::Failed:
         qCDebug(lcProcess) << "could not end process" << pid << "error" << P::lastError();
@@ -258,7 +257,7 @@ bool FProcess::start(QList<QString> *environment)
     if (environment) {
         for (const QString &entry : *environment) {
             if (entry.startsWith(u'=')) {
-                qDebug().noquote()
+                qCWarning(lcProcess).noquote()
                     << QStringLiteral(
                            "FProcess::start: ignoring environment entry '%1' with empty name.")
                            .arg(entry);
@@ -303,7 +302,7 @@ bool FProcess::isRunning()
         return false;
     int code = 0;
     if (!P::queryExitCode(&d->info, &code)) {
-        qDebug("FProcess::isRunning err: %d", P::lastError());
+        qCDebug(lcProcess, "FProcess::isRunning err: %d", P::lastError());
         return false;
     }
     if (code == P::StillActive)
@@ -335,7 +334,7 @@ void FProcess::wait()
 
     int code = 0;
     if (!ended || !P::queryExitCode(&d->info, &code)) {
-        qDebug("FProcess::isRunning err: %d", P::lastError());
+        qCDebug(lcProcess, "FProcess::isRunning err: %d", P::lastError());
         d->closeAll();
         return;
     }

@@ -6,11 +6,11 @@
 #include "hookenvironment_p.h"
 #include "inspector.h"
 #include "ipc.h"
+#include "logging.h"
 #include "mirtinterface.h"
 #include "nullmessagechannel.h"
 #include "objectmap.h"
 #include "tcpmessagechannel.h"
-#include "trace.h"
 #include "wrapper.h"
 
 #include <QCoreApplication>

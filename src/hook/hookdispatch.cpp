@@ -6,15 +6,13 @@
 #include "hook.h"
 
 #include "hookdata_p.h"
-#include "hookenvironment_p.h"
+#include "logging.h"
 #include "remotefunction.h"
-#include "trace.h"
 
 #include <QPointer>
 
 namespace Tolvex {
 
-using HookEnvironment::logLine;
 using Remote::Kind;
 using Remote::RemoteFunction;
 using Remote::RemoteFunctions;

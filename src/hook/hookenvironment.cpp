@@ -1,8 +1,7 @@
 #include "hookenvironment_p.h"
 
 #include "fenvironmentvariables.h"
-
-#include <iostream>
+#include "logging.h"
 
 namespace Tolvex::HookEnvironment {
 
@@ -15,11 +14,6 @@ constexpr quint16 DefaultPort = 4322;
 QString environmentValue(const char *name)
 {
     return FEnvironmentVariables(true).getValue(QString::fromLatin1(name));
-}
-
-void logLine(const QString &text)
-{
-    std::clog << text.toStdString() << std::endl;
 }
 
 int readRunnerId()

@@ -6,10 +6,9 @@
 namespace Tolvex::HookEnvironment {
 
 // How the agent reads its environment. A bad value falls back, and where the
-// user is to know, says so on the log stream (std::clog).
+// user is to know, says so on the log stream (logLine).
 
 QString environmentValue(const char *name);
-void logLine(const QString &text);
 
 // TOLVEX_RUNNERID; 0 stands for "no runner": the value must be above 0.
 int readRunnerId();

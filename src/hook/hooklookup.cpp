@@ -4,16 +4,13 @@
 #include "hook.h"
 
 #include "hookdata_p.h"
-#include "hookenvironment_p.h"
 #include "inspector.h"
+#include "logging.h"
 #include "objectmap.h"
 #include "objectname.h"
-#include "trace.h"
 #include "wrapper.h"
 
 namespace Tolvex {
-
-using HookEnvironment::logLine;
 
 Wrapper *Hook::wrapperForObject(SharedPtr<Object> object) const
 {

@@ -9,20 +9,17 @@
 #include "event.h"
 #include "eventdata.h"
 #include "hookdata_p.h"
-#include "hookenvironment_p.h"
 #include "inspector.h"
+#include "logging.h"
 #include "method.h"
 #include "namespace.h"
 #include "objecthandles.h"
-#include "trace.h"
 #include "wrapper.h"
 
 #include <QDataStream>
 #include <QIODevice>
 
 namespace Tolvex {
-
-using HookEnvironment::logLine;
 
 namespace {
 

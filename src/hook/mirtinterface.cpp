@@ -1,5 +1,7 @@
 #include "mirtinterface.h"
 
+#include "logging.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -9,7 +11,7 @@ namespace {
 
 void notSet(const char *shortName)
 {
-    std::fprintf(stderr, "MirtInterface: __probemeter_%s() is not set by AUT\n", shortName);
+    logLine("MirtInterface: __probemeter_", shortName, "() is not set by AUT");
 }
 
 template <typename Fn, typename... Args>
@@ -110,8 +112,7 @@ extern "C" void registermirt(const MirtRegistration *entries)
         else if (std::strcmp(n, "__probemeter_get_filename") == 0)
             mirt.get_filename = reinterpret_cast<MirtInterface::GetTextFn>(f);
         else
-            std::fprintf(stderr, "MirtInterface: Trying to register nonexisting function '%s'\n",
-                         n);
+            Tolvex::logLine("MirtInterface: Trying to register nonexisting function '", n, "'");
     }
     mirt.registered = true;
 }

@@ -5,17 +5,15 @@
 #include "delegate.h"
 #include "delegatefactory.h"
 #include "inspector.h"
+#include "logging.h"
 #include "method.h"
 #include "namespace.h"
 #include "objectattribute.h"
 #include "property.h"
 #include "screenrectangle.h"
-#include "trace.h"
 
 #include <QDataStream>
 #include <QIODevice>
-
-#include <iostream>
 
 namespace Tolvex {
 
@@ -23,11 +21,6 @@ namespace {
 
 // Metadata and attributes travel at this stream version.
 constexpr int MetadataStreamVersion = 3;
-
-std::ostream &log()
-{
-    return std::clog;
-}
 
 } // namespace
 
@@ -79,7 +72,7 @@ SharedPtr<Object> ObjectHandles::known(const char *what, int id) const
 {
     SharedPtr<Object> o = objectById(id);
     if (!o)
-        log() << "Hook::" << what << ": invalid object id " << id << std::endl;
+        logLine("Hook::", what, ": invalid object id ", id);
     return o;
 }
 
@@ -97,17 +90,17 @@ SharedPtr<Object> ObjectHandles::objectByIndex(int parent, int index) const
 {
     if (parent == 0) {
         if (index < 0 || index >= Inspector::self()->numObjects()) {
-            log() << "Hook::objectByIndex: index out of range!" << std::endl;
+            logLine("Hook::objectByIndex: index out of range!");
             return nullptr;
         }
         SharedPtr<Object> o = Inspector::self()->object(index);
         if (!o)
-            log() << "Hook::objectByIndex: invalid object id " << index << std::endl;
+            logLine("Hook::objectByIndex: invalid object id ", index);
         return o;
     }
     const SharedPtr<Object> p = objectById(parent);
     if (!p) {
-        log() << "Hook::objectByIndex: invalid parent object id " << parent << std::endl;
+        logLine("Hook::objectByIndex: invalid parent object id ", parent);
         return nullptr;
     }
     return p->child(index);
@@ -118,12 +111,12 @@ SharedPtr<Object> ObjectHandles::objectByName(int parent, const QString &name) c
     if (parent == 0) {
         SharedPtr<Object> o = Inspector::self()->object(name);
         if (!o)
-            log() << "Hook::objectByName: invalid object name " << name.toStdString() << std::endl;
+            logLine("Hook::objectByName: invalid object name ", name);
         return o;
     }
     const SharedPtr<Object> p = objectById(parent);
     if (!p) {
-        log() << "Hook::objectByName: invalid parent object id " << parent << std::endl;
+        logLine("Hook::objectByName: invalid parent object id ", parent);
         return nullptr;
     }
     return p->childByName(name);
@@ -137,7 +130,7 @@ QStringList ObjectHandles::objects(int id)
     } else {
         const SharedPtr<Object> p = objectById(id);
         if (!p) {
-            log() << "Hook::objects: invalid parent object id " << id << std::endl;
+            logLine("Hook::objects: invalid parent object id ", id);
             return {};
         }
         list = p->children();
@@ -152,13 +145,13 @@ SharedPtr<Object> ObjectHandles::parent(int id) const
 {
     const SharedPtr<Object> o = objectById(id);
     if (!o) {
-        log() << "Hook::parent: invalid object id " << id << std::endl;
+        logLine("Hook::parent: invalid object id ", id);
         return nullptr;
     }
     const ObjectHierarchyDelegate *hierarchy = o->hierarchyDelegate();
     if (!hierarchy) {
-        log() << "Hook::parent: object with id " << id << " and type "
-              << o->className().toStdString() << "has no HierarchyDelegate" << std::endl;
+        logLine("Hook::parent: object with id ", id, " and type ", o->className(),
+                "has no HierarchyDelegate");
         return nullptr;
     }
     return hierarchy->parent(o);
@@ -184,17 +177,16 @@ bool ObjectHandles::memberTarget(const char *what, const char *action, int id, c
     if (id < 0) {
         *type = Inspector::self()->type(-id);
         if (!*type)
-            log() << "Hook::" << what << ": invalid class id" << id << std::endl;
+            logLine("Hook::", what, ": invalid class id", id);
         return *type != nullptr;
     }
     *object = objectById(id);
     if (!*object) {
-        log() << "Hook::" << what << ": invalid object id" << id << std::endl;
+        logLine("Hook::", what, ": invalid object id", id);
         return false;
     }
     if ((*object)->isNull()) {
-        log() << "Hook::" << what << ": Cannot " << action << " on NULL object with id " << id
-              << std::endl;
+        logLine("Hook::", what, ": Cannot ", action, " on NULL object with id ", id);
         return false;
     }
     *type = (*object)->type();
@@ -209,8 +201,8 @@ SharedPtr<Object> ObjectHandles::getProperty(int id, int property) const
         return nullptr;
     const Property *p = type->property(property);
     if (!p) {
-        log() << "Hook::getProperty: invalid property id " << property << " for class "
-              << type->fullyQualifiedClassName().toStdString() << std::endl;
+        logLine("Hook::getProperty: invalid property id ", property, " for class ",
+                type->fullyQualifiedClassName());
         return nullptr;
     }
     TOLVEX_TRACE_HOOK() << "getProperty" << type->className() << p->name();
@@ -225,8 +217,8 @@ bool ObjectHandles::setProperty(int id, int property, int value) const
         return false;
     const Property *p = type->property(property);
     if (!p) {
-        log() << "Hook::setProperty: invalid property id " << property << " for class "
-              << type->fullyQualifiedClassName().toStdString() << std::endl;
+        logLine("Hook::setProperty: invalid property id ", property, " for class ",
+                type->fullyQualifiedClassName());
         return false;
     }
     TOLVEX_TRACE_HOOK() << "setProperty" << type->className() << p->name();
@@ -243,8 +235,8 @@ SharedPtr<Object> ObjectHandles::invoke(int id, int method, const FList<int> &ar
     if (!m) {
         // The word is "property" although a method is meant: the message is
         // what scripts and logs have always read.
-        log() << "Hook::invoke: invalid property id " << method << " for class "
-              << type->fullyQualifiedClassName().toStdString() << std::endl;
+        logLine("Hook::invoke: invalid property id ", method, " for class ",
+                type->fullyQualifiedClassName());
         return nullptr;
     }
     const ObjectList arguments = idsToObjects(args);
@@ -340,12 +332,12 @@ bool ObjectHandles::objectCompare(int a, int b) const
 {
     const SharedPtr<Object> first = objectById(a);
     if (!first) {
-        log() << "Hook::objectCompare: invalid 1st object id " << a << std::endl;
+        logLine("Hook::objectCompare: invalid 1st object id ", a);
         return false;
     }
     const SharedPtr<Object> second = objectById(b);
     if (!second) {
-        log() << "Hook::objectCompare: invalid 2nd object id " << b << std::endl;
+        logLine("Hook::objectCompare: invalid 2nd object id ", b);
         return false;
     }
     return first->compare(second);
@@ -407,12 +399,12 @@ SharedPtr<Object> ObjectHandles::convertTo(int fromClassId, int id, int toClassI
 {
     const Class *from = Inspector::self()->type(fromClassId);
     if (!from) {
-        log() << "Hook::convertTo: invalid fromClassId " << fromClassId << std::endl;
+        logLine("Hook::convertTo: invalid fromClassId ", fromClassId);
         return nullptr;
     }
     const SharedPtr<Object> o = objectById(id);
     if (!o) {
-        log() << "Hook::convertTo: invalid object id" << id << std::endl;
+        logLine("Hook::convertTo: invalid object id", id);
         return nullptr;
     }
     const Class *to = Inspector::self()->type(toClassId);
@@ -424,12 +416,12 @@ SharedPtr<Object> ObjectHandles::convertToInterface(int fromClassId, int id,
 {
     const Class *from = Inspector::self()->type(fromClassId);
     if (!from) {
-        log() << "Hook::convertToInterface: invalid fromClassId " << fromClassId << std::endl;
+        logLine("Hook::convertToInterface: invalid fromClassId ", fromClassId);
         return nullptr;
     }
     const SharedPtr<Object> o = objectById(id);
     if (!o) {
-        log() << "Hook::convertToInterface: invalid object id " << id << std::endl;
+        logLine("Hook::convertToInterface: invalid object id ", id);
         return nullptr;
     }
     return from->convertToInterface(o, name);
@@ -500,8 +492,7 @@ SharedPtr<Object> ObjectHandles::createPrimitive(const QString &type, const QVar
         return inspector->createPrimitive(value.toStringList());
     if (type == QLatin1String("void"))
         return inspector->voidObject();
-    log() << "Hook::handleCall: F_CreatePrimitive: " << type.toStdString()
-          << "is not a primitive type" << std::endl;
+    logLine("Hook::handleCall: F_CreatePrimitive: ", type, "is not a primitive type");
     return nullptr;
 }
 

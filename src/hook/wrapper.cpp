@@ -1,12 +1,11 @@
 #include "wrapper.h"
 
 #include "delegate.h"
-#include "hookenvironment_p.h"
 #include "inspector.h"
+#include "logging.h"
 #include "objectmap.h"
 #include "objectname.h"
 #include "property.h"
-#include "trace.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -193,8 +192,8 @@ QImage Wrapper::qImage(SharedPtr<Object>)
 
 QVariant Wrapper::desktopImage()
 {
-    HookEnvironment::logLine(QStringLiteral("Wrapper::desktopImage: Failed to take screenshot: ") +
-                             platformUnavailable().error);
+    logLine(QStringLiteral("Wrapper::desktopImage: Failed to take screenshot: ") +
+            platformUnavailable().error);
     return QVariant();
 }
 

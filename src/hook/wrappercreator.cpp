@@ -4,6 +4,7 @@
 #include "constructor.h"
 #include "enum.h"
 #include "inspector.h"
+#include "logging.h"
 #include "method.h"
 
 #include <QtGlobal>
@@ -50,7 +51,8 @@ WrapperCreator::WrapperCreator(const Class *owner, std::span<const char> strings
 void WrapperCreator::warn(const QString &text) const
 {
     const QString owner = m_owner ? m_owner->className() : QStringLiteral("<no class>");
-    qWarning("WrapperCreator for %s: %s", qPrintable(owner), qPrintable(text));
+    qCWarning(lcTraceWrapper).noquote()
+        << QStringLiteral("WrapperCreator for %1: %2").arg(owner, text);
 }
 
 std::optional<QString> WrapperCreator::stringAt(std::int64_t offset) const

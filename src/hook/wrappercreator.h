@@ -82,7 +82,7 @@ struct ArgumentDescriptor
 //
 // Every index and offset is checked against its table. A bad one, an
 // unknown type kind or a kind 2 name without an owning class makes the whole
-// member fail: the result is null and the reason goes to qWarning. A class
+// member fail: the result is null and the reason is a warning of "tolvex.wrapper". A class
 // id or type name that the Inspector does not know is no table fault: the
 // parameter gets the "undefined" class, as Argument does for a null type,
 // and a warning says which one. An enumeration that cannot be found leaves

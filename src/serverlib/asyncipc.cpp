@@ -2,19 +2,17 @@
 
 #include "asyncipc_p.h"
 #include "ipchandshake.h"
+#include "logging.h"
 #include "tcpmessagechannel.h"
 #include "variantreader.h"
 
 #include <QDataStream>
-#include <QLoggingCategory>
 #include <QPointer>
 #include <QTimerEvent>
 
 #include <new>
 
 namespace Tolvex {
-
-Q_LOGGING_CATEGORY(lcIpc, "tolvex.ipc", QtWarningMsg)
 
 namespace {
 
@@ -50,7 +48,7 @@ QVariant IPCResponseHandlerIface::handleCall(unsigned, const QString &, const Ar
 
 void IPCResponseHandlerIface::handleError(const QString &text)
 {
-    qWarning("%s", qPrintable(text));
+    qCWarning(lcIpc).noquote() << text;
 }
 
 bool IPCResponseHandlerIface::callRequest(unsigned, int, const QString &, const ArgumentList &)

@@ -1,17 +1,15 @@
 #include "ipc.h"
 
 #include "ipchandshake.h"
+#include "logging.h"
 #include "tcpmessagechannel.h"
 
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QPointer>
 
 #include <climits>
 
 namespace Tolvex {
-
-Q_DECLARE_LOGGING_CATEGORY(lcIpc)
 
 namespace {
 

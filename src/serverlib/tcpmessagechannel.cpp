@@ -1,9 +1,9 @@
 #include "tcpmessagechannel.h"
 
 #include "fsocket.h"
+#include "logging.h"
 
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QPointer>
 #include <QSocketNotifier>
 #include <QtEndian>
@@ -34,7 +34,7 @@ TCPMessageChannel::TCPMessageChannel(FSocket *sock, QObject *parent)
     m_sock->setSendTimeout(SendWakeupMs);
 
     if (!m_sock->isOpen())
-        qDebug("TCPIPC:setSocket: Unconnected socket for IPC");
+        qCDebug(lcIpc, "TCPIPC:setSocket: Unconnected socket for IPC");
 
     if (m_sock->isValid()) {
         m_notifier = new QSocketNotifier(m_sock->descriptor(), QSocketNotifier::Read, this);
@@ -120,12 +120,12 @@ bool TCPMessageChannel::enqueueMessage(QByteArray message)
             return false;
         if (n == -1) {
             if (!m_sock) {
-                qWarning("IPC::sendData: write failed, socket suddenly is NULL");
+                qCWarning(lcIpc, "IPC::sendData: write failed, socket suddenly is NULL");
                 return false;
             }
             if (condition != 0) {
-                qWarning("IPC::sendData: write to socket %d failed with error %d",
-                         m_sock->descriptor(), condition);
+                qCWarning(lcIpc, "IPC::sendData: write to socket %d failed with error %d",
+                          m_sock->descriptor(), condition);
                 return false;
             }
         }
@@ -133,8 +133,9 @@ bool TCPMessageChannel::enqueueMessage(QByteArray message)
             // Out of buffer space or timed out in a full buffer: the peer is
             // not reading. The bound holds for the whole message, not per write.
             if (timer.elapsed() > m_writeStallLimitMs) {
-                qWarning("IPC::sendData: couldn't write to socket for 10s, assume that the peer "
-                         "closed the connection");
+                qCWarning(lcIpc,
+                          "IPC::sendData: couldn't write to socket for 10s, assume that the peer "
+                          "closed the connection");
                 closeOnEnd();
                 return false;
             }
@@ -151,7 +152,7 @@ bool TCPMessageChannel::processSingleMessage(QByteArray *out)
         return false;
     const quint32 size = qFromBigEndian<quint32>(m_readBuffer.constData());
     if (size < quint32(MessagePrefixLength)) {
-        qWarning("Invalid message size prefix");
+        qCWarning(lcIpc, "Invalid message size prefix");
         closeOnEnd();
         return false;
     }

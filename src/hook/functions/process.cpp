@@ -4,15 +4,13 @@
 #include "autprocess.h"
 #include "hook.h"
 #include "hookdata_p.h"
-#include "hookenvironment_p.h"
 #include "launcher.h"
+#include "logging.h"
 #include "remotefunction.h"
 
 namespace Tolvex::Remote {
 
 namespace {
-
-using HookEnvironment::logLine;
 
 // A fact of the process, or none without an AUTProcess.
 template <typename F> QVariant fact(Context &c, F read)

@@ -5,16 +5,14 @@
 #include "event.h"
 #include "hook.h"
 #include "hookdata_p.h"
-#include "hookenvironment_p.h"
 #include "inspector.h"
+#include "logging.h"
 #include "objecthandles.h"
 #include "remotefunction.h"
 
 namespace Tolvex::Remote {
 
 namespace {
-
-using HookEnvironment::logLine;
 
 // Installing tells the wrappers to watch the event; the answer is made
 // before, as a slot of the signal may delete the Hook.
