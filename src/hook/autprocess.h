@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,7 +12,7 @@ namespace Tolvex {
 // Facts about the process under test: name, command line, times, memory and
 // the output it printed. A wrapper creates it and the Hook owns it; a wrapper
 // may derive from it to answer differently.
-class AUTProcess
+class TOLVEX_EXPORT AUTProcess
 {
 public:
     AUTProcess();

@@ -2,7 +2,8 @@
 
 #include "delegate.h"
 #include "ftypes.h"
-#include "ipc.h"
+#include "ipcresponsehandler.h"
+#include "tolvexexport.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -16,6 +17,7 @@ class FSocket;
 namespace Tolvex {
 
 class AUTProcess;
+class IPC;
 class Launcher;
 class Method;
 class Namespace;
@@ -31,7 +33,9 @@ struct HookData;
 // connection to the tool's server. It announces the application, holds it
 // until the test side is ready, serves the server's remote functions, and
 // keeps the application alive at exit until the server has finished with it.
-class Hook : public QObject, public IPCResponseHandlerIface, public EventNotifyDelegate
+class TOLVEX_EXPORT Hook : public QObject,
+                           public IPCResponseHandlerIface,
+                           public EventNotifyDelegate
 {
     Q_OBJECT
 public:

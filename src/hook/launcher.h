@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 #include <QString>
 #include <QVariant>
 #include <QVariantMap>
@@ -8,7 +10,7 @@ namespace Tolvex {
 
 // An application that starts other applications on the test's behalf hands
 // one of these to Hook::setLauncher; the server's "launcherInit" reaches it.
-class Launcher
+class TOLVEX_EXPORT Launcher
 {
 public:
     // Called with the server's settings; what it answers goes back as it is.

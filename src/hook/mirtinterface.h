@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 // Coverage entry points that an AUT built with coverage measurement hands to
 // the agent, so that its data is saved before the process or the connection
 // goes.
@@ -13,7 +15,7 @@ struct MirtRegistration
 };
 
 // Registers entry points from a list ended by an entry with a null name.
-void registermirt(const MirtRegistration *entries);
+TOLVEX_EXPORT void registermirt(const MirtRegistration *entries);
 }
 
 namespace Tolvex {

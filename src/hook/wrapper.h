@@ -5,6 +5,7 @@
 #include "object.h"
 #include "point.h"
 #include "propertyvalue.h"
+#include "tolvexexport.h"
 
 #include <QByteArray>
 #include <QImage>
@@ -47,7 +48,7 @@ struct ObjectPropertyValue
 //
 // The virtual operations keep their order: wrappers built separately from
 // this library depend on it.
-class Wrapper : public QObject
+class TOLVEX_EXPORT Wrapper : public QObject
 {
     Q_OBJECT
 public:

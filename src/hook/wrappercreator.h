@@ -2,6 +2,7 @@
 
 #include "argument.h"
 #include "signature.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -91,7 +92,7 @@ struct ArgumentDescriptor
 // Ownership: the results are new objects for the caller. A Class's create
 // operations hand them to its member tables, which delete them with the
 // class.
-class WrapperCreator
+class TOLVEX_EXPORT WrapperCreator
 {
 public:
     WrapperCreator(const Class *owner, std::span<const char> strings,

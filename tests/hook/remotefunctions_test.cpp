@@ -1,3 +1,4 @@
+#include "asyncipc.h"
 #include "autprocess.h"
 #include "clogcapture.h"
 #include "hook.h"

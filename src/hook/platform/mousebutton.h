@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 namespace Tolvex {
 
 // Mouse buttons as the native layer presses them: one bit each.
@@ -19,6 +21,6 @@ struct MouseButton
 
 // The button a number on the wire means: 1 left, 2 middle, 3 right, 4 and 5
 // the extra buttons; anything else is no button.
-MouseButton::Value mouseButtonByIndex(int index);
+TOLVEX_EXPORT MouseButton::Value mouseButtonByIndex(int index);
 
 } // namespace Tolvex
