@@ -113,6 +113,7 @@ private:
     Inspector();
     // Null until setupPropertyDelegate has found the wrappers' hierarchy delegates.
     const FList<const ObjectHierarchyDelegate *> *topLevelDelegates() const;
+    SharedPtr<Object> searchObject(const QString &callerName);
     SharedPtr<Object> findByPath(const QString &name, QStringList *visited, QString *lastPart);
     void setLookupError(const QString &callerName, const QString &name, bool multiProperty,
                         const QStringList &visited, const QString &lastPart);

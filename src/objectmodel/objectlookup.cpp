@@ -9,6 +9,8 @@
 
 #include <QStringList>
 
+#include <utility>
+
 namespace Tolvex {
 
 namespace {
@@ -46,6 +48,22 @@ SharedPtr<Object> Inspector::findObject(const QString &callerName)
     if (m_impl)
         return m_impl->findObject(callerName);
 
+    // An error still stored from an earlier call is no detail of this search
+    // (a server that polls without reading errors would otherwise see one
+    // failure text quoted inside the next, without end). It is set aside, and
+    // comes back unless the search leaves an error of its own.
+    QString earlier;
+    earlier.swap(m_lastError);
+    SharedPtr<Object> found = searchObject(callerName);
+    if (m_lastError.isEmpty())
+        m_lastError = std::move(earlier);
+    return found;
+}
+
+// The search itself: what it sets as error, and what delegates set during it,
+// is all that a failure text quotes.
+SharedPtr<Object> Inspector::searchObject(const QString &callerName)
+{
     QString name = callerName;
     if (ObjectMap *map = ObjectMap::self())
         name = map->realName(name);
@@ -112,7 +130,9 @@ SharedPtr<Object> Inspector::findByPath(const QString &name, QStringList *visite
     SharedPtr<Object> current;
     qsizetype next = 0;
     if (!head.isEmpty()) {
-        current = findObject(head);
+        // Part of this search, not a search of its own: an error set so far
+        // belongs to it and is no stale one.
+        current = searchObject(head);
     } else {
         current = object(parts.first());
         next = 1;
@@ -128,7 +148,7 @@ SharedPtr<Object> Inspector::findByPath(const QString &name, QStringList *visite
 void Inspector::setLookupError(const QString &callerName, const QString &name, bool multiProperty,
                                const QStringList &visited, const QString &lastPart)
 {
-    // What the delegates left behind is quoted, then consumed.
+    // What the delegates left behind during this search is quoted, then consumed.
     const QMap<QString, QList<QString>> unmatched = m_unmatchedProperties;
     const QString detail = m_lastError;
     m_lastError.clear();
