@@ -14,6 +14,7 @@
 #include "objectlist.h"
 #include "property.h"
 #include "propertydeclaration.h"
+#include "streamlimits_p.h"
 #include "userdata.h"
 
 #include <QDataStream>
@@ -987,8 +988,8 @@ void Class::writeObject(QDataStream &stream) const
     const Class *s = super();
     stream << qint32(d->id) << className() << qint32(d->nameSpace ? d->nameSpace->id() : 0)
            << quint32(d->natures);
-    stream << (s ? s->className() : QString())
-           << qint32(s && s->nameSpace() ? s->nameSpace()->id() : 0);
+    writeText(stream, s ? s->className() : QString());
+    stream << qint32(s && s->nameSpace() ? s->nameSpace()->id() : 0);
     const int ownMethods = numMethods() - superClassOffset(Methods);
     const int ownProperties = numProperties() - superClassOffset(Properties);
     const int ownEvents = numEvents() - superClassOffset(Events);

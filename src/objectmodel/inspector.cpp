@@ -658,7 +658,8 @@ const PropertyDeclaration *GenericStaticPropertyDelegate::property(int index) co
 // are classes 0 to 8 and the global class is 9.
 void Inspector::createBuiltinClasses()
 {
-    new Namespace(nullptr, QString());
+    // Empty, not null: the name is part of the namespace's stream form.
+    new Namespace(nullptr, QLatin1String(""));
     new TolvexClass_short;
     new TolvexClass_int;
     new TolvexClass_long;

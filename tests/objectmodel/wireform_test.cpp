@@ -3,6 +3,7 @@
 #include "classdescription.h"
 #include "eventdata.h"
 #include "primitives.h"
+#include "remoteclassbase.h"
 
 #include <QBuffer>
 #include <QDataStream>
@@ -77,22 +78,22 @@ TEST(WireForm, PinnedBytesOfSmallForms)
 {
     EXPECT_EQ(bytesOf(ObjectAttribute(18, 2)), hex("00000012 00000002"));
     EXPECT_EQ(bytesOf(Argument()),
-              hex("ffffffff ffffffff 00000000 00000000 00000000 ffffffff ffffffff"));
-    EXPECT_EQ(bytesOf(*Inspector::self()->globalNamespace()), hex("00000000 ffffffff ffffffff"));
+              hex("00000000 00000000 00000000 00000000 00000000 00000000 00000000"));
+    EXPECT_EQ(bytesOf(*Inspector::self()->globalNamespace()), hex("00000000 00000000 ffffffff"));
     EXPECT_EQ(bytesOf(Argument(QStringLiteral("x"), primitive(1), ObjectAttribute::Pointer())),
               hex("00000002 0078  00000006 0069006e0074  00000000  00000002 00000000"
-                  "ffffffff ffffffff"));
+                  "00000000 00000000"));
 
     // Class "int": id 1, no namespace prefix, no superclass, three
     // constructors and no other members.
     const QByteArray ctorValue = hex("0000000a 00760061006c00750065 00000006 0069006e0074 00000000"
-                                     "00000000 00000000 ffffffff ffffffff");
+                                     "00000000 00000000 00000000 00000000");
     const QByteArray ctorPointer =
         hex("0000000e 0070006f0069006e007400650072 00000006 0069006e0074 00000000"
-            "00000002 00000000 ffffffff ffffffff");
+            "00000002 00000000 00000000 00000000");
     const QByteArray intHead = hex("00000006 0069006e0074");
     EXPECT_EQ(bytesOf(*primitive(1)),
-              hex("00000001") + intHead + hex("00000000 00000000 ffffffff 00000000") +
+              hex("00000001") + intHead + hex("00000000 00000000 00000000 00000000") +
                   hex("00000003 00000000 00000000 00000000 00000000") + intHead +
                   hex("00000000 00000000") +                         // constructor 0: ()
                   intHead + hex("00000001 00000001") + ctorValue +   // constructor 1
@@ -113,6 +114,29 @@ TEST(WireForm, PinnedBytesOfSmallForms)
                   "00000016 0042007500740074006f006e00560061006c00750065  00000002 0035"
                   "00000002  00000014 004c0065006600740042007500740074006f006e"
                   "00000016 005200690067006800740042007500740074006f006e"));
+}
+
+TEST(WireForm, AbsentTextsGoOutAsEmptyStringsNotNullOnes)
+{
+    // A class without a name, and an enumerator without a class: empty
+    // strings where a null one would be ff ff ff ff.
+    const RemoteClassBase unnamed(1);
+    EXPECT_EQ(bytesOf(Argument(&unnamed, ObjectAttribute::Value())),
+              hex("00000000 00000000 00000000 00000000 00000000 00000000 00000000"));
+    EXPECT_EQ(bytesOf(Argument(QStringLiteral("b"), primitive(1), buttons(), 0, 0)),
+              hex("00000002 0062  00000006 0069006e0074  00000000  00000000 00000000"
+                  "00000000  00000016 0042007500740074006f006e00560061006c00750065"));
+
+    // The global namespace's name is empty, not null, and so is that of a
+    // namespace made with a null one.
+    EXPECT_FALSE(Inspector::self()->globalNamespace()->name().isNull());
+    EXPECT_EQ(bytesOf(Namespace(Namespace::Detached, QString())),
+              hex("ffffffff 00000000 ffffffff"));
+
+    // A class of its own with no superclass: an empty superclass name and 0.
+    const QByteArray own = bytesOf(*new TestClass("WireNoSuper", nullptr));
+    const QByteArray name = hex("00000016 0057006900720065004e006f00530075007000650072");
+    EXPECT_EQ(own.mid(4, name.size() + 8 + 8), name + hex("00000000 00000000 00000000 00000000"));
 }
 
 TEST(WireForm, EveryRegisteredClassReadsBackToTheSameForm)
