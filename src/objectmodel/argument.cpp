@@ -10,7 +10,7 @@ namespace Tolvex {
 
 static const Class *orUndefined(const Class *type)
 {
-    return type ? type : Inspector::self()->type(8);
+    return type ? type : Inspector::self()->type(UndefinedClassId);
 }
 
 Argument::Argument(const Class *type, const ObjectAttribute &attribute)

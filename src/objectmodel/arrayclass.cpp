@@ -18,7 +18,7 @@ const ArrayClass *s_local = nullptr;
 
 const Class *voidClass()
 {
-    return Inspector::self()->type(7);
+    return Inspector::self()->type(VoidClassId);
 }
 
 } // namespace
@@ -53,10 +53,11 @@ Method *ArrayClass::createMethod(int id) const
             Signature(Argument(QStringLiteral("obj"), voidClass(), ObjectAttribute::Value())),
             PushId);
     case AtId:
-        return new Method(this, returnsAny, QStringLiteral("at"),
-                          Signature(Argument(QStringLiteral("i"), Inspector::self()->type(6),
-                                             ObjectAttribute::Value())),
-                          AtId);
+        return new Method(
+            this, returnsAny, QStringLiteral("at"),
+            Signature(Argument(QStringLiteral("i"), Inspector::self()->type(Int64ClassId),
+                               ObjectAttribute::Value())),
+            AtId);
     }
     return nullptr;
 }
@@ -65,7 +66,8 @@ Property *ArrayClass::createProperty(int id) const
 {
     if (id != 0)
         return nullptr;
-    return new Property(this, Argument(Inspector::self()->type(6), ObjectAttribute::Value()),
+    return new Property(this,
+                        Argument(Inspector::self()->type(Int64ClassId), ObjectAttribute::Value()),
                         QStringLiteral("length"), Property::Readable, 0);
 }
 

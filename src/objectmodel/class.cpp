@@ -645,7 +645,7 @@ SharedPtr<Object> Class::getProperty(int, void *, const Class *) const
 static bool convertPropertyValue(const Argument &type, SharedPtr<Object> *value)
 {
     SharedPtr<Object> &v = *value;
-    if (v && (v->isA(type.type()) || (type.type() && type.type()->id() == 7)))
+    if (v && (v->isA(type.type()) || (type.type() && type.type()->id() == VoidClassId)))
         return true;
     const bool pointer = v && v->objectAttribute().isPointer();
     if (v && v->type()->canConvertTo(type.type(), pointer, type.isPointer(), nullptr))
@@ -910,7 +910,7 @@ bool Class::sameObjects(SharedPtr<Object> a, SharedPtr<Object> b) const
         return false;
     if (a->data() == b->data())
         return true;
-    if (a->type() && a->type()->id() == 4) {
+    if (a->type() && a->type()->id() == CharClassId) {
         // Only C strings are compared as text: a single char has no
         // terminator and an array holds pointers.
         const auto isCString = [](const ObjectAttribute &at) {

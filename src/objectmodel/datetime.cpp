@@ -63,13 +63,13 @@ void DateTime_class::unknownConstructor(int id) const
 
 bool DateTime_class::canConvertToInternal(const Class *target, bool, bool) const
 {
-    return target && target == Inspector::self()->type(4);
+    return target && target == Inspector::self()->type(CharClassId);
 }
 
 SharedPtr<Object> DateTime_class::convertToInternal(SharedPtr<Object> obj, const Class *target,
                                                     bool) const
 {
-    if (!obj || !obj->data() || target != Inspector::self()->type(4))
+    if (!obj || !obj->data() || target != Inspector::self()->type(CharClassId))
         return nullptr;
     return Inspector::self()->createPrimitive(static_cast<DateTime *>(obj->data())->toString());
 }

@@ -655,7 +655,7 @@ const PropertyDeclaration *GenericStaticPropertyDelegate::property(int index) co
 }
 
 // Creation order fixes the ids: the global namespace is 0, the primitives
-// are classes 0 to 8 and the global class is 9.
+// and the global class take the ids of PrimitiveClassId.
 void Inspector::createBuiltinClasses()
 {
     // Empty, not null: the name is part of the namespace's stream form.

@@ -37,8 +37,8 @@ template <typename T> Constructor *IntFieldsClass<T>::createConstructor(int id) 
         signature.append(Argument(name, this, ObjectAttribute::Value()));
     } else {
         for (int k = 0; k < m_arities[size_t(id)]; ++k)
-            signature.append(
-                Argument(m_fieldNames[k], Inspector::self()->type(1), ObjectAttribute::Value()));
+            signature.append(Argument(m_fieldNames[k], Inspector::self()->type(IntClassId),
+                                      ObjectAttribute::Value()));
     }
     return new Constructor(this, signature, id);
 }
@@ -47,7 +47,8 @@ template <typename T> Property *IntFieldsClass<T>::createProperty(int id) const
 {
     if (id < 0 || id >= m_fieldNames.size())
         return nullptr;
-    return new Property(this, Argument(Inspector::self()->type(1), ObjectAttribute::Value()),
+    return new Property(this,
+                        Argument(Inspector::self()->type(IntClassId), ObjectAttribute::Value()),
                         m_fieldNames[id], Property::Readable | Property::Writable, id);
 }
 

@@ -20,7 +20,8 @@ const MapClass *s_local = nullptr;
 
 Argument keyArgument()
 {
-    return Argument(QStringLiteral("key"), Inspector::self()->type(4), ObjectAttribute::Pointer());
+    return Argument(QStringLiteral("key"), Inspector::self()->type(CharClassId),
+                    ObjectAttribute::Pointer());
 }
 
 } // namespace
@@ -47,7 +48,7 @@ Constructor *MapClass::createConstructor(int id) const
 
 Method *MapClass::createMethod(int id) const
 {
-    const Class *any = Inspector::self()->type(7);
+    const Class *any = Inspector::self()->type(VoidClassId);
     const Argument returnsAny(any, ObjectAttribute::Value());
     switch (id) {
     case AtId:
@@ -66,13 +67,13 @@ Property *MapClass::createProperty(int id) const
     Inspector *in = Inspector::self();
     switch (id) {
     case LengthId:
-        return new Property(this, Argument(in->type(6), ObjectAttribute::Value()),
+        return new Property(this, Argument(in->type(Int64ClassId), ObjectAttribute::Value()),
                             QStringLiteral("length"), Property::Readable, LengthId);
     case KeysId:
-        return new Property(
-            this,
-            Argument(in->type(4), ObjectAttribute::PointerFlag | ObjectAttribute::ArrayFlag, 0),
-            QStringLiteral("keys"), Property::Readable, KeysId);
+        return new Property(this,
+                            Argument(in->type(CharClassId),
+                                     ObjectAttribute::PointerFlag | ObjectAttribute::ArrayFlag, 0),
+                            QStringLiteral("keys"), Property::Readable, KeysId);
     }
     return nullptr;
 }

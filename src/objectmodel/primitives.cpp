@@ -14,18 +14,6 @@ namespace Tolvex {
 
 namespace {
 
-enum PrimitiveId {
-    ShortId = 0,
-    IntId,
-    LongId,
-    BoolId,
-    CharId,
-    DoubleId,
-    Int64Id,
-    VoidId,
-    UndefinedId
-};
-
 // A C++ cast, except that a floating value outside the target's range (or
 // NaN) does not become undefined behaviour: scripts send any double.
 template <typename To, typename From> To castValue(From value)
@@ -128,19 +116,19 @@ template <typename T> SharedPtr<Object> convertValue(T value, int targetId, bool
 {
     const ObjectAttribute v = ObjectAttribute::Value();
     switch (targetId) {
-    case ShortId:
+    case ShortClassId:
         return makeValue<short>(targetId, castValue<short>(value), v);
-    case IntId:
+    case IntClassId:
         return makeValue<int>(targetId, castValue<int>(value), v);
-    case Int64Id:
+    case Int64ClassId:
         return makeValue<long long>(targetId, castValue<long long>(value), v);
-    case LongId:
+    case LongClassId:
         return makeValue<long>(targetId, castValue<long>(value), v);
-    case BoolId:
+    case BoolClassId:
         return makeValue<bool>(targetId, castValue<bool>(value), v);
-    case DoubleId:
+    case DoubleClassId:
         return makeValue<double>(targetId, castValue<double>(value), v);
-    case CharId:
+    case CharClassId:
         if (targetIsPointer)
             return Inspector::self()->createPrimitive(numberText(value));
         // The low byte, through a 64-bit integer so that no value is out of range.
@@ -157,9 +145,9 @@ bool canConvertPrimitive(const Class *target, bool sourceIsPointer, bool targetI
     if (Inspector::self()->type(id) != target)
         return false;
     if (targetIsPointer)
-        return id == CharId;
-    return id == ShortId || id == IntId || id == Int64Id || id == LongId || id == BoolId ||
-           id == DoubleId || id == CharId;
+        return id == CharClassId;
+    return id == ShortClassId || id == IntClassId || id == Int64ClassId || id == LongClassId ||
+           id == BoolClassId || id == DoubleClassId || id == CharClassId;
 }
 
 } // namespace
@@ -695,42 +683,42 @@ SharedPtr<Object> Inspector::createPrimitive(bool value)
 {
     if (m_impl)
         return m_impl->createPrimitive(value);
-    return ownedPrimitive(BoolId, value);
+    return ownedPrimitive(BoolClassId, value);
 }
 
 SharedPtr<Object> Inspector::createPrimitive(int value)
 {
     if (m_impl)
         return m_impl->createPrimitive(value);
-    return ownedPrimitive(IntId, value);
+    return ownedPrimitive(IntClassId, value);
 }
 
 SharedPtr<Object> Inspector::createPrimitive(long value)
 {
     if (m_impl)
         return m_impl->createPrimitive(value);
-    return ownedPrimitive(LongId, value);
+    return ownedPrimitive(LongClassId, value);
 }
 
 SharedPtr<Object> Inspector::createPrimitive(long long value)
 {
     if (m_impl)
         return m_impl->createPrimitive(value);
-    return ownedPrimitive(Int64Id, value);
+    return ownedPrimitive(Int64ClassId, value);
 }
 
 SharedPtr<Object> Inspector::createPrimitive(double value)
 {
     if (m_impl)
         return m_impl->createPrimitive(value);
-    return ownedPrimitive(DoubleId, value);
+    return ownedPrimitive(DoubleClassId, value);
 }
 
 SharedPtr<Object> Inspector::createPrimitive(const char *string)
 {
     if (m_impl)
         return m_impl->createPrimitive(string);
-    const Class *c = type(CharId);
+    const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
     SharedPtr<Object> result = c->wrap(qstrdup(string), ObjectAttribute::Pointer());
@@ -742,7 +730,7 @@ SharedPtr<Object> Inspector::createPrimitive(const QList<QString> &strings)
 {
     if (m_impl)
         return m_impl->createPrimitive(strings);
-    const Class *c = type(CharId);
+    const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
     const int n = int(strings.size());
