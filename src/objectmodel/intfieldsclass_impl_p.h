@@ -14,6 +14,7 @@ IntFieldsClass<T>::IntFieldsClass(const char *name, Namespace *nameSpace, QStrin
     : Class(name, nameSpace, true), m_fieldNames(std::move(fieldNames)),
       m_arities(std::move(constructorArities))
 {
+    s_local = this;
     setNumConstructors(int(m_arities.size()) + 1);
     setNumMethods(numMethods);
     setNumProperties(int(m_fieldNames.size()));
@@ -57,6 +58,26 @@ template <typename T> SharedPtr<Object> IntFieldsClass<T>::wrapValue(const T &va
     SharedPtr<Object> result = wrap(new T(value), ObjectAttribute::Pointer());
     result->setAutoDelete(true);
     return result;
+}
+
+template <typename T> const Class *IntFieldsClass<T>::localClass()
+{
+    Inspector::self();
+    return s_local;
+}
+
+template <typename T> SharedPtr<Object> IntFieldsClass<T>::wrapLocal(const T &value)
+{
+    Inspector::self();
+    return s_local ? s_local->wrapValue(value) : nullptr;
+}
+
+template <typename T> bool IntFieldsClass<T>::unwrapLocal(SharedPtr<Object> obj, T *value)
+{
+    if (!obj || !obj->data() || !obj->isA(localClass()))
+        return false;
+    *value = *static_cast<const T *>(obj->data());
+    return true;
 }
 
 template <typename T> SharedPtr<Object> IntFieldsClass<T>::construct(int id, void **args) const
