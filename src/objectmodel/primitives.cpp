@@ -2,6 +2,7 @@
 
 #include "constructor.h"
 #include "inspector.h"
+#include "inspector_p.h"
 
 #include <QDataStream>
 #include <QStringList>
@@ -679,45 +680,33 @@ template <typename T> static SharedPtr<Object> ownedPrimitive(int classId, T val
     return makeValue<T>(classId, value, ObjectAttribute::Value());
 }
 
-SharedPtr<Object> Inspector::createPrimitive(bool value)
+SharedPtr<Object> LocalInspector::createPrimitive(bool value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
     return ownedPrimitive(BoolClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(int value)
+SharedPtr<Object> LocalInspector::createPrimitive(int value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
     return ownedPrimitive(IntClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(long value)
+SharedPtr<Object> LocalInspector::createPrimitive(long value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
     return ownedPrimitive(LongClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(long long value)
+SharedPtr<Object> LocalInspector::createPrimitive(long long value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
     return ownedPrimitive(Int64ClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(double value)
+SharedPtr<Object> LocalInspector::createPrimitive(double value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
     return ownedPrimitive(DoubleClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(const char *string)
+SharedPtr<Object> LocalInspector::createPrimitive(const char *string)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(string);
     const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
@@ -726,10 +715,8 @@ SharedPtr<Object> Inspector::createPrimitive(const char *string)
     return result;
 }
 
-SharedPtr<Object> Inspector::createPrimitive(const QList<QString> &strings)
+SharedPtr<Object> LocalInspector::createPrimitive(const QList<QString> &strings)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(strings);
     const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
