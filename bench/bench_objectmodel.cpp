@@ -125,14 +125,14 @@ TestClass *overloaded()
     static TestClass *c = [] {
         std::vector<MethodInfo> methods;
         for (int i = 0; i < 9; ++i)
-            methods.push_back(
-                {QStringLiteral("f"),
-                 {Argument(primitive(0), 0, 0), Argument(primitive(i % 2 ? 3 : 5), 0, 0)},
-                 primitive(1)});
+            methods.push_back({QStringLiteral("f"),
+                               {Argument(primitive(ShortClassId), 0, 0),
+                                Argument(primitive(i % 2 ? BoolClassId : DoubleClassId), 0, 0)},
+                               primitive(IntClassId)});
         methods.push_back({QStringLiteral("f"),
-                           {Argument(primitive(4), ObjectAttribute::PointerFlag, 0),
-                            Argument(primitive(4), ObjectAttribute::PointerFlag, 0)},
-                           primitive(1)});
+                           {Argument(primitive(CharClassId), ObjectAttribute::PointerFlag, 0),
+                            Argument(primitive(CharClassId), ObjectAttribute::PointerFlag, 0)},
+                           primitive(IntClassId)});
         return new TestClass("BenchOverloads", nullptr, methods);
     }();
     return c;

@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         break;
     case 14: {
         double values[3] = {0, 0, 0};
-        readInto(stream, in->type(5)->wrap(values, ObjectAttribute::Array(3)));
+        readInto(stream, in->type(DoubleClassId)->wrap(values, ObjectAttribute::Array(3)));
         break;
     }
     // Objects whose stream form is made of their properties.

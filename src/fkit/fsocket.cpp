@@ -1,5 +1,6 @@
 #include "fsocket.h"
 
+#include "fsocketerrors_p.h"
 #include "fsocketplatform_p.h"
 
 #include <QElapsedTimer>
@@ -7,7 +8,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <span>
 
+using FSocketErrors::Operation;
+using FSocketErrors::Outcome;
 using FSocketPlatform::Err;
 
 // Waits that time out are routine (every poll for more data does); their
@@ -28,6 +33,186 @@ bool ensureStartup()
 
 } // namespace
 
+// --- Error tables ----------------------------------------------------------------
+
+namespace FSocketErrors {
+
+namespace {
+
+using enum Outcome;
+
+struct Table
+{
+    std::span<const Rule> rules;
+    // An error the rules don't name is looked up in next, if there is one;
+    // at the end of the chain it gets the last table's otherwise.
+    const Table *next = nullptr;
+    Rule otherwise{Err::Other, Fail, FSocket::UnknownError};
+};
+
+constexpr Rule createRules[] = {
+    {Err::FamilyNotSupported, Fail, FSocket::BadCall},
+    {Err::TooManyFiles, Fail, FSocket::NoResources},
+    {Err::NoBuffers, Fail, FSocket::NoResources},
+    {Err::NetworkDown, Fail, FSocket::NetworkFailure},
+    {Err::Access, Fail, FSocket::Inaccessible},
+};
+
+// Why a connect failed, whether at once or later, from the pending error.
+constexpr Rule connectFailureRules[] = {
+    {Err::ConnectionRefused, Fail, FSocket::ConnectionRefused},
+    {Err::AddressNotAvailable, Fail, FSocket::ConnectionRefused},
+    {Err::NetworkDown, Fail, FSocket::NetworkFailure},
+    {Err::NetworkUnreachable, Fail, FSocket::NetworkFailure},
+    {Err::HostUnreachable, Fail, FSocket::NetworkFailure},
+    {Err::TimedOut, Fail, FSocket::NetworkFailure},
+    {Err::Shutdown, Fail, FSocket::NetworkFailure},
+    {Err::NotSocket, Fail, FSocket::Impossible},
+    {Err::NotInitialised, Fail, FSocket::Impossible},
+    {Err::Invalid, Fail, FSocket::Impossible},
+    {Err::BadAddress, Fail, FSocket::BadCall},
+    {Err::FamilyNotSupported, Fail, FSocket::BadCall},
+    {Err::NotSupported, Fail, FSocket::BadCall},
+    {Err::AddressInUse, Fail, FSocket::AlreadyBound},
+    {Err::NoBuffers, Fail, FSocket::NoResources},
+    {Err::TooManyFiles, Fail, FSocket::NoResources},
+    {Err::Access, Fail, FSocket::Inaccessible},
+};
+constexpr Table connectFailures{connectFailureRules};
+
+// Would-block and invalid argument on a blocking connect set nothing.
+constexpr Rule blockingConnectRules[] = {
+    {Err::IsConnected, Connected, FSocket::NoError},
+    {Err::InProgress, Succeed, FSocket::NoError},
+    {Err::Already, Succeed, FSocket::NoError},
+    {Err::WouldBlock, FailQuietly, FSocket::NoError},
+    {Err::Invalid, FailQuietly, FSocket::NoError},
+};
+
+// A non-blocking connect that would block has begun; finishNonBlockingConnect
+// completes it.
+constexpr Rule nonBlockingConnectRules[] = {
+    {Err::IsConnected, Connected, FSocket::NoError},
+    {Err::InProgress, Succeed, FSocket::NoError},
+    {Err::Already, Succeed, FSocket::NoError},
+    {Err::WouldBlock, Succeed, FSocket::NoError},
+};
+
+constexpr Rule bindRules[] = {
+    {Err::AddressInUse, Fail, FSocket::AlreadyBound},
+    {Err::NoBuffers, Fail, FSocket::NoResources},
+    {Err::TooManyFiles, Fail, FSocket::NoResources},
+    {Err::Access, Fail, FSocket::Inaccessible},
+    {Err::AddressNotAvailable, Fail, FSocket::Inaccessible},
+    {Err::NotSocket, Fail, FSocket::Impossible},
+    {Err::Invalid, Fail, FSocket::Impossible},
+    {Err::NotInitialised, Fail, FSocket::Impossible},
+    {Err::BadAddress, Fail, FSocket::BadCall},
+    {Err::FamilyNotSupported, Fail, FSocket::BadCall},
+};
+
+constexpr Rule listenRules[] = {
+    {Err::AddressInUse, Fail, FSocket::AlreadyBound},
+    {Err::NotSocket, Fail, FSocket::Impossible},
+    {Err::Invalid, Fail, FSocket::Impossible},
+    {Err::NotSupported, Fail, FSocket::BadCall},
+};
+
+constexpr Rule acceptRules[] = {
+    {Err::Interrupted, Retry, FSocket::NoError},
+    {Err::WouldBlock, FailQuietly, FSocket::NoError},
+};
+
+constexpr Rule readRules[] = {
+    {Err::Interrupted, NothingMoved, FSocket::NoError},
+    {Err::IsConnected, NothingMoved, FSocket::NoError},
+    {Err::WouldBlock, FailQuietly, FSocket::NoError},
+    {Err::BadAddress, Fail, FSocket::Impossible},
+    {Err::Invalid, Fail, FSocket::Impossible},
+    {Err::InProgress, Fail, FSocket::Impossible},
+    {Err::NotSocket, Fail, FSocket::Impossible},
+    {Err::NotConnected, Fail, FSocket::Impossible},
+    {Err::Shutdown, Fail, FSocket::Impossible},
+    {Err::NotInitialised, Fail, FSocket::Impossible},
+    {Err::MessageSize, Fail, FSocket::NetworkFailure},
+    {Err::NetworkDown, Fail, FSocket::NetworkFailure},
+    {Err::NetworkReset, Fail, FSocket::NetworkFailure},
+    {Err::NotSupported, Fail, FSocket::BadCall},
+    {Err::ConnectionAborted, Closed, FSocket::NoError},
+    {Err::ConnectionReset, Closed, FSocket::NoError},
+    {Err::TimedOut, Closed, FSocket::NoError},
+};
+
+// Out of buffer space with the smallest chunk fails with no condition, so
+// that the channel's time limit for a stuck write applies.
+constexpr Rule writeRules[] = {
+    {Err::Interrupted, Retry, FSocket::NoError},
+    {Err::WouldBlock, NothingMoved, FSocket::NoError},
+    {Err::NoBuffers, ShrinkAndRetry, FSocket::NoError},
+    {Err::ConnectionAborted, Closed, FSocket::NoError},
+    {Err::ConnectionReset, Closed, FSocket::NoError},
+    {Err::Access, Fail, FSocket::NetworkFailure},
+    {Err::NetworkDown, Fail, FSocket::NetworkFailure},
+    {Err::NetworkReset, Fail, FSocket::NetworkFailure},
+    {Err::Shutdown, Fail, FSocket::NetworkFailure},
+    {Err::NetworkUnreachable, Fail, FSocket::NetworkFailure},
+    {Err::HostUnreachable, Fail, FSocket::NetworkFailure},
+    {Err::BadAddress, Fail, FSocket::BadCall},
+    {Err::InProgress, Fail, FSocket::BadCall},
+    {Err::NotSupported, Fail, FSocket::BadCall},
+    {Err::Invalid, Fail, FSocket::Impossible},
+    {Err::NotSocket, Fail, FSocket::Impossible},
+    {Err::MessageSize, Fail, FSocket::Impossible},
+    {Err::NotConnected, Fail, FSocket::Impossible},
+    {Err::NotInitialised, Fail, FSocket::Impossible},
+};
+
+constexpr Rule waitRules[] = {
+    {Err::Interrupted, Retry, FSocket::NoError},
+};
+
+// In the order of Operation.
+constexpr Table tables[] = {
+    {createRules},
+    {blockingConnectRules, &connectFailures},
+    {nonBlockingConnectRules, &connectFailures},
+    connectFailures,
+    {bindRules},
+    {listenRules},
+    {acceptRules},
+    {readRules},
+    {writeRules},
+    // A failed wait sets no condition.
+    {waitRules, nullptr, {Err::Other, FailQuietly, FSocket::NoError}},
+};
+static_assert(std::size(tables) == size_t(Operation::Wait) + 1);
+
+} // namespace
+
+const Rule &ruleFor(Operation operation, Err error)
+{
+    const Table *table = &tables[size_t(operation)];
+    for (;;) {
+        for (const Rule &rule : table->rules)
+            if (rule.error == error)
+                return rule;
+        if (!table->next)
+            return table->otherwise;
+        table = table->next;
+    }
+}
+
+} // namespace FSocketErrors
+
+Outcome FSocket::failed(Operation operation, int platformError)
+{
+    const FSocketErrors::Rule &rule =
+        FSocketErrors::ruleFor(operation, FSocketPlatform::classify(platformError));
+    if (rule.outcome == Outcome::Fail)
+        setError(rule.condition, platformError);
+    return rule.outcome;
+}
+
 FSocket::FSocket()
 {
     if (!ensureStartup()) {
@@ -36,24 +221,7 @@ FSocket::FSocket()
     }
     m_fd = FSocketPlatform::createTcpSocket();
     if (m_fd == -1) {
-        const int e = FSocketPlatform::lastError();
-        switch (FSocketPlatform::classify(e)) {
-        case Err::FamilyNotSupported:
-            setError(BadCall, e);
-            break;
-        case Err::TooManyFiles:
-        case Err::NoBuffers:
-            setError(NoResources, e);
-            break;
-        case Err::NetworkDown:
-            setError(NetworkFailure, e);
-            break;
-        case Err::Access:
-            setError(Inaccessible, e);
-            break;
-        default:
-            setError(UnknownError, e);
-        }
+        failed(Operation::Create, FSocketPlatform::lastError());
         return;
     }
     FSocketPlatform::setNotInheritable(m_fd);
@@ -131,23 +299,13 @@ bool FSocket::connectToHost(const FHostAddress &address, unsigned short port, bo
         refreshAddresses();
         return true;
     }
-    switch (FSocketPlatform::classify(e)) {
-    case Err::IsConnected:
+    switch (failed(blocking ? Operation::BlockingConnect : Operation::NonBlockingConnect, e)) {
+    case Outcome::Connected:
         refreshAddresses();
         return true;
-    case Err::InProgress:
-    case Err::Already:
+    case Outcome::Succeed:
         return true;
-    case Err::WouldBlock:
-        if (!blocking)
-            return true;
-        return false;
-    case Err::Invalid:
-        if (!blocking)
-            handleConnectSockError(e);
-        return false;
     default:
-        handleConnectSockError(e);
         return false;
     }
 }
@@ -158,50 +316,11 @@ bool FSocket::finishNonBlockingConnect()
         return false;
     const int e = FSocketPlatform::pendingError(m_fd);
     if (e != 0) {
-        handleConnectSockError(e);
+        failed(Operation::PendingConnect, e);
         return false;
     }
     refreshAddresses();
     return m_peerPort != 0;
-}
-
-void FSocket::handleConnectSockError(int e)
-{
-    switch (FSocketPlatform::classify(e)) {
-    case Err::ConnectionRefused:
-    case Err::AddressNotAvailable:
-        setError(ConnectionRefused, e);
-        break;
-    case Err::NetworkDown:
-    case Err::NetworkUnreachable:
-    case Err::HostUnreachable:
-    case Err::TimedOut:
-    case Err::Shutdown:
-        setError(NetworkFailure, e);
-        break;
-    case Err::NotSocket:
-    case Err::NotInitialised:
-    case Err::Invalid:
-        setError(Impossible, e);
-        break;
-    case Err::BadAddress:
-    case Err::FamilyNotSupported:
-    case Err::NotSupported:
-        setError(BadCall, e);
-        break;
-    case Err::AddressInUse:
-        setError(AlreadyBound, e);
-        break;
-    case Err::NoBuffers:
-    case Err::TooManyFiles:
-        setError(NoResources, e);
-        break;
-    case Err::Access:
-        setError(Inaccessible, e);
-        break;
-    default:
-        setError(UnknownError, e);
-    }
 }
 
 bool FSocket::bind(const FHostAddress &address, unsigned short port)
@@ -212,31 +331,7 @@ bool FSocket::bind(const FHostAddress &address, unsigned short port)
         refreshAddresses();
         return true;
     }
-    const int e = FSocketPlatform::lastError();
-    switch (FSocketPlatform::classify(e)) {
-    case Err::AddressInUse:
-        setError(AlreadyBound, e);
-        break;
-    case Err::NoBuffers:
-    case Err::TooManyFiles:
-        setError(NoResources, e);
-        break;
-    case Err::Access:
-    case Err::AddressNotAvailable:
-        setError(Inaccessible, e);
-        break;
-    case Err::NotSocket:
-    case Err::Invalid:
-    case Err::NotInitialised:
-        setError(Impossible, e);
-        break;
-    case Err::BadAddress:
-    case Err::FamilyNotSupported:
-        setError(BadCall, e);
-        break;
-    default:
-        setError(UnknownError, e);
-    }
+    failed(Operation::Bind, FSocketPlatform::lastError());
     return false;
 }
 
@@ -246,21 +341,7 @@ bool FSocket::listen(int backlog)
         return false;
     if (FSocketPlatform::listenOn(m_fd, backlog) == 0)
         return true;
-    const int e = FSocketPlatform::lastError();
-    switch (FSocketPlatform::classify(e)) {
-    case Err::AddressInUse:
-        setError(AlreadyBound, e);
-        break;
-    case Err::NotSocket:
-    case Err::Invalid:
-        setError(Impossible, e);
-        break;
-    case Err::NotSupported:
-        setError(BadCall, e);
-        break;
-    default:
-        setError(UnknownError, e);
-    }
+    failed(Operation::Listen, FSocketPlatform::lastError());
     return false;
 }
 
@@ -272,12 +353,8 @@ int FSocket::accept()
         const int fd = FSocketPlatform::acceptOn(m_fd);
         if (fd != -1)
             return fd;
-        const int e = FSocketPlatform::lastError();
-        if (FSocketPlatform::classify(e) == Err::Interrupted)
-            continue;
-        if (FSocketPlatform::classify(e) != Err::WouldBlock)
-            setError(UnknownError, e);
-        return -1;
+        if (failed(Operation::Accept, FSocketPlatform::lastError()) != Outcome::Retry)
+            return -1;
     }
 }
 
@@ -294,37 +371,13 @@ int FSocket::readBlock(char *data, int size)
         close();
         return 0;
     }
-    const int e = FSocketPlatform::lastError();
-    switch (FSocketPlatform::classify(e)) {
-    case Err::Interrupted:
-    case Err::IsConnected:
+    switch (failed(Operation::Read, FSocketPlatform::lastError())) {
+    case Outcome::NothingMoved:
         return 0;
-    case Err::WouldBlock:
-        return -1;
-    case Err::BadAddress:
-    case Err::Invalid:
-    case Err::InProgress:
-    case Err::NotSocket:
-    case Err::NotConnected:
-    case Err::Shutdown:
-    case Err::NotInitialised:
-        setError(Impossible, e);
-        return -1;
-    case Err::MessageSize:
-    case Err::NetworkDown:
-    case Err::NetworkReset:
-        setError(NetworkFailure, e);
-        return -1;
-    case Err::NotSupported:
-        setError(BadCall, e);
-        return -1;
-    case Err::ConnectionAborted:
-    case Err::ConnectionReset:
-    case Err::TimedOut:
+    case Outcome::Closed:
         close();
         return 0;
     default:
-        setError(UnknownError, e);
         return -1;
     }
 }
@@ -345,43 +398,20 @@ int FSocket::writeBlock(const char *data, int size)
         const long r = FSocketPlatform::sendSome(m_fd, data, size_t(std::min(size, limit)));
         if (r >= 0)
             return int(r);
-        const int e = FSocketPlatform::lastError();
-        switch (FSocketPlatform::classify(e)) {
-        case Err::Interrupted:
+        switch (failed(Operation::Write, FSocketPlatform::lastError())) {
+        case Outcome::Retry:
             continue;
-        case Err::WouldBlock:
+        case Outcome::NothingMoved:
             return 0;
-        case Err::NoBuffers:
+        case Outcome::ShrinkAndRetry:
             limit /= 2;
             if (limit < 128)
                 return -1;
             continue;
-        case Err::ConnectionAborted:
-        case Err::ConnectionReset:
+        case Outcome::Closed:
             close();
             return 0;
-        case Err::Access:
-        case Err::NetworkDown:
-        case Err::NetworkReset:
-        case Err::Shutdown:
-        case Err::NetworkUnreachable:
-        case Err::HostUnreachable:
-            setError(NetworkFailure, e);
-            return -1;
-        case Err::BadAddress:
-        case Err::InProgress:
-        case Err::NotSupported:
-            setError(BadCall, e);
-            return -1;
-        case Err::Invalid:
-        case Err::NotSocket:
-        case Err::MessageSize:
-        case Err::NotConnected:
-        case Err::NotInitialised:
-            setError(Impossible, e);
-            return -1;
         default:
-            setError(UnknownError, e);
             return -1;
         }
     }
@@ -412,7 +442,7 @@ int FSocket::waitForMore(int ms, bool *timedOut)
             return 0;
         }
         const int e = FSocketPlatform::lastError();
-        if (FSocketPlatform::classify(e) == Err::Interrupted)
+        if (failed(Operation::Wait, e) == Outcome::Retry)
             continue;
         qCDebug(lcSocket, "waiting failed with result %d", e);
         return -1;

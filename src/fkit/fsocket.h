@@ -4,6 +4,11 @@
 
 #include <QString>
 
+namespace FSocketErrors {
+enum class Operation;
+enum class Outcome;
+} // namespace FSocketErrors
+
 // An IPv4 TCP socket with a coarse error condition and blocking waits.
 // Used on one thread; errorString() shares a buffer between calls.
 class FSocket
@@ -74,7 +79,9 @@ public:
     bool setAddressReusable(bool on);
 
 private:
-    void handleConnectSockError(int platformError);
+    // Looks up what the operation makes of the platform error, sets the
+    // condition if that is a failure with one, and says what to do.
+    FSocketErrors::Outcome failed(FSocketErrors::Operation operation, int platformError);
     void setError(ErrorCondition condition, int platformError);
     void refreshAddresses();
     int writeLimit() const;

@@ -6,6 +6,7 @@
 // fsocketplatform_posix.cpp and fsocketplatform_win.cpp implement it.
 
 #include <cstddef>
+#include <span>
 
 namespace FSocketPlatform {
 
@@ -41,6 +42,22 @@ enum class Err {
     Access,
     Other,
 };
+
+// One platform error number and its group. Each platform file lists its
+// numbers in a table; classify looks them up there.
+struct ErrorCode
+{
+    int code;
+    Err group;
+};
+
+inline Err groupIn(std::span<const ErrorCode> table, int platformError)
+{
+    for (const ErrorCode &e : table)
+        if (e.code == platformError)
+            return e.group;
+    return Err::Other;
+}
 
 Err classify(int platformError);
 int lastError();

@@ -15,72 +15,49 @@
 
 namespace FSocketPlatform {
 
+namespace {
+
+constexpr ErrorCode errorCodes[] = {
+    {0, Err::None},
+    {EINTR, Err::Interrupted},
+    {EWOULDBLOCK, Err::WouldBlock},
+    {EINPROGRESS, Err::InProgress},
+    {EALREADY, Err::Already},
+    {EISCONN, Err::IsConnected},
+    {EFAULT, Err::BadAddress},
+    {EINVAL, Err::Invalid},
+    {ENOTSOCK, Err::NotSocket},
+    {EBADF, Err::NotSocket},
+    {ENOTCONN, Err::NotConnected},
+    {EPIPE, Err::Shutdown},
+    {ESHUTDOWN, Err::Shutdown},
+    {EMSGSIZE, Err::MessageSize},
+    {ENETDOWN, Err::NetworkDown},
+    {ENETRESET, Err::NetworkReset},
+    {ENETUNREACH, Err::NetworkUnreachable},
+    {EHOSTUNREACH, Err::HostUnreachable},
+    {EOPNOTSUPP, Err::NotSupported},
+    {EAFNOSUPPORT, Err::FamilyNotSupported},
+    {EPROTONOSUPPORT, Err::FamilyNotSupported},
+    {ECONNABORTED, Err::ConnectionAborted},
+    {ECONNRESET, Err::ConnectionReset},
+    {ETIMEDOUT, Err::TimedOut},
+    {ECONNREFUSED, Err::ConnectionRefused},
+    {EADDRNOTAVAIL, Err::AddressNotAvailable},
+    {EADDRINUSE, Err::AddressInUse},
+    {ENOBUFS, Err::NoBuffers},
+    {ENOMEM, Err::NoBuffers},
+    {EMFILE, Err::TooManyFiles},
+    {ENFILE, Err::TooManyFiles},
+    {EACCES, Err::Access},
+    {EPERM, Err::Access},
+};
+
+} // namespace
+
 Err classify(int e)
 {
-    switch (e) {
-    case 0:
-        return Err::None;
-    case EINTR:
-        return Err::Interrupted;
-    case EWOULDBLOCK:
-        return Err::WouldBlock;
-    case EINPROGRESS:
-        return Err::InProgress;
-    case EALREADY:
-        return Err::Already;
-    case EISCONN:
-        return Err::IsConnected;
-    case EFAULT:
-        return Err::BadAddress;
-    case EINVAL:
-        return Err::Invalid;
-    case ENOTSOCK:
-    case EBADF:
-        return Err::NotSocket;
-    case ENOTCONN:
-        return Err::NotConnected;
-    case EPIPE:
-    case ESHUTDOWN:
-        return Err::Shutdown;
-    case EMSGSIZE:
-        return Err::MessageSize;
-    case ENETDOWN:
-        return Err::NetworkDown;
-    case ENETRESET:
-        return Err::NetworkReset;
-    case ENETUNREACH:
-        return Err::NetworkUnreachable;
-    case EHOSTUNREACH:
-        return Err::HostUnreachable;
-    case EOPNOTSUPP:
-        return Err::NotSupported;
-    case EAFNOSUPPORT:
-    case EPROTONOSUPPORT:
-        return Err::FamilyNotSupported;
-    case ECONNABORTED:
-        return Err::ConnectionAborted;
-    case ECONNRESET:
-        return Err::ConnectionReset;
-    case ETIMEDOUT:
-        return Err::TimedOut;
-    case ECONNREFUSED:
-        return Err::ConnectionRefused;
-    case EADDRNOTAVAIL:
-        return Err::AddressNotAvailable;
-    case EADDRINUSE:
-        return Err::AddressInUse;
-    case ENOBUFS:
-    case ENOMEM:
-        return Err::NoBuffers;
-    case EMFILE:
-    case ENFILE:
-        return Err::TooManyFiles;
-    case EACCES:
-    case EPERM:
-        return Err::Access;
-    default:
-        return Err::Other;
-    }
+    return groupIn(errorCodes, e);
 }
 
 int lastError()

@@ -63,76 +63,48 @@ bool nameOf(int fd, bool peer, unsigned *address, unsigned short *port)
     return true;
 }
 
+constexpr ErrorCode errorCodes[] = {
+    {0, Err::None},
+    {WSAEINTR, Err::Interrupted},
+    {WSAEWOULDBLOCK, Err::WouldBlock},
+    {WSAEINPROGRESS, Err::InProgress},
+    {WSAEALREADY, Err::Already},
+    {WSAEISCONN, Err::IsConnected},
+    {WSAEFAULT, Err::BadAddress},
+    {WSAEDESTADDRREQ, Err::BadAddress},
+    {WSAEINVAL, Err::Invalid},
+    {WSAENOTSOCK, Err::NotSocket},
+    {WSAEBADF, Err::NotSocket},
+    {WSAENOTCONN, Err::NotConnected},
+    {WSAESHUTDOWN, Err::Shutdown},
+    {WSANOTINITIALISED, Err::NotInitialised},
+    {WSAEMSGSIZE, Err::MessageSize},
+    {WSAENETDOWN, Err::NetworkDown},
+    {WSAENETRESET, Err::NetworkReset},
+    {WSAENETUNREACH, Err::NetworkUnreachable},
+    {WSAEHOSTUNREACH, Err::HostUnreachable},
+    {WSAEOPNOTSUPP, Err::NotSupported},
+    {WSAEAFNOSUPPORT, Err::FamilyNotSupported},
+    {WSAEPFNOSUPPORT, Err::FamilyNotSupported},
+    {WSAEPROTONOSUPPORT, Err::FamilyNotSupported},
+    {WSAESOCKTNOSUPPORT, Err::FamilyNotSupported},
+    {WSAEPROTOTYPE, Err::FamilyNotSupported},
+    {WSAECONNABORTED, Err::ConnectionAborted},
+    {WSAECONNRESET, Err::ConnectionReset},
+    {WSAETIMEDOUT, Err::TimedOut},
+    {WSAECONNREFUSED, Err::ConnectionRefused},
+    {WSAEADDRNOTAVAIL, Err::AddressNotAvailable},
+    {WSAEADDRINUSE, Err::AddressInUse},
+    {WSAENOBUFS, Err::NoBuffers},
+    {WSAEMFILE, Err::TooManyFiles},
+    {WSAEACCES, Err::Access},
+};
+
 } // namespace
 
 Err classify(int e)
 {
-    switch (e) {
-    case 0:
-        return Err::None;
-    case WSAEINTR:
-        return Err::Interrupted;
-    case WSAEWOULDBLOCK:
-        return Err::WouldBlock;
-    case WSAEINPROGRESS:
-        return Err::InProgress;
-    case WSAEALREADY:
-        return Err::Already;
-    case WSAEISCONN:
-        return Err::IsConnected;
-    case WSAEFAULT:
-    case WSAEDESTADDRREQ:
-        return Err::BadAddress;
-    case WSAEINVAL:
-        return Err::Invalid;
-    case WSAENOTSOCK:
-    case WSAEBADF:
-        return Err::NotSocket;
-    case WSAENOTCONN:
-        return Err::NotConnected;
-    case WSAESHUTDOWN:
-        return Err::Shutdown;
-    case WSANOTINITIALISED:
-        return Err::NotInitialised;
-    case WSAEMSGSIZE:
-        return Err::MessageSize;
-    case WSAENETDOWN:
-        return Err::NetworkDown;
-    case WSAENETRESET:
-        return Err::NetworkReset;
-    case WSAENETUNREACH:
-        return Err::NetworkUnreachable;
-    case WSAEHOSTUNREACH:
-        return Err::HostUnreachable;
-    case WSAEOPNOTSUPP:
-        return Err::NotSupported;
-    case WSAEAFNOSUPPORT:
-    case WSAEPFNOSUPPORT:
-    case WSAEPROTONOSUPPORT:
-    case WSAESOCKTNOSUPPORT:
-    case WSAEPROTOTYPE:
-        return Err::FamilyNotSupported;
-    case WSAECONNABORTED:
-        return Err::ConnectionAborted;
-    case WSAECONNRESET:
-        return Err::ConnectionReset;
-    case WSAETIMEDOUT:
-        return Err::TimedOut;
-    case WSAECONNREFUSED:
-        return Err::ConnectionRefused;
-    case WSAEADDRNOTAVAIL:
-        return Err::AddressNotAvailable;
-    case WSAEADDRINUSE:
-        return Err::AddressInUse;
-    case WSAENOBUFS:
-        return Err::NoBuffers;
-    case WSAEMFILE:
-        return Err::TooManyFiles;
-    case WSAEACCES:
-        return Err::Access;
-    default:
-        return Err::Other;
-    }
+    return groupIn(errorCodes, e);
 }
 
 int lastError()

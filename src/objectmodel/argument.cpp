@@ -10,7 +10,7 @@ namespace Tolvex {
 
 static const Class *orUndefined(const Class *type)
 {
-    return type ? type : Inspector::self()->type(8);
+    return type ? type : Inspector::self()->type(UndefinedClassId);
 }
 
 Argument::Argument(const Class *type, const ObjectAttribute &attribute)
@@ -76,12 +76,13 @@ QString Argument::toString() const
 
 void Argument::writeObject(QDataStream &stream) const
 {
-    stream << m_name << (m_type ? m_type->className() : QString())
-           << qint32(m_type && m_type->nameSpace() ? m_type->nameSpace()->id() : 0);
+    writeText(stream, m_name);
+    writeText(stream, m_type ? m_type->className() : QString());
+    stream << qint32(m_type && m_type->nameSpace() ? m_type->nameSpace()->id() : 0);
     m_attribute.writeObject(stream);
     const Class *enumClass = m_enumerator ? m_enumerator->enumClass() : nullptr;
-    stream << (enumClass ? enumClass->className() : QString())
-           << (m_enumerator ? m_enumerator->name() : QString());
+    writeText(stream, enumClass ? enumClass->className() : QString());
+    writeText(stream, m_enumerator ? m_enumerator->name() : QString());
 }
 
 void Argument::readObject(QDataStream &stream)

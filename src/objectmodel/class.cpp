@@ -14,6 +14,7 @@
 #include "objectlist.h"
 #include "property.h"
 #include "propertydeclaration.h"
+#include "streamlimits_p.h"
 #include "userdata.h"
 
 #include <QDataStream>
@@ -644,7 +645,7 @@ SharedPtr<Object> Class::getProperty(int, void *, const Class *) const
 static bool convertPropertyValue(const Argument &type, SharedPtr<Object> *value)
 {
     SharedPtr<Object> &v = *value;
-    if (v && (v->isA(type.type()) || (type.type() && type.type()->id() == 7)))
+    if (v && (v->isA(type.type()) || (type.type() && type.type()->id() == VoidClassId)))
         return true;
     const bool pointer = v && v->objectAttribute().isPointer();
     if (v && v->type()->canConvertTo(type.type(), pointer, type.isPointer(), nullptr))
@@ -909,7 +910,7 @@ bool Class::sameObjects(SharedPtr<Object> a, SharedPtr<Object> b) const
         return false;
     if (a->data() == b->data())
         return true;
-    if (a->type() && a->type()->id() == 4) {
+    if (a->type() && a->type()->id() == CharClassId) {
         // Only C strings are compared as text: a single char has no
         // terminator and an array holds pointers.
         const auto isCString = [](const ObjectAttribute &at) {
@@ -987,8 +988,8 @@ void Class::writeObject(QDataStream &stream) const
     const Class *s = super();
     stream << qint32(d->id) << className() << qint32(d->nameSpace ? d->nameSpace->id() : 0)
            << quint32(d->natures);
-    stream << (s ? s->className() : QString())
-           << qint32(s && s->nameSpace() ? s->nameSpace()->id() : 0);
+    writeText(stream, s ? s->className() : QString());
+    stream << qint32(s && s->nameSpace() ? s->nameSpace()->id() : 0);
     const int ownMethods = numMethods() - superClassOffset(Methods);
     const int ownProperties = numProperties() - superClassOffset(Properties);
     const int ownEvents = numEvents() - superClassOffset(Events);

@@ -30,8 +30,9 @@ void writeMembers(QDataStream &stream, const std::vector<std::unique_ptr<T>> &me
 
 void ClassDescription::writeObject(QDataStream &stream) const
 {
-    stream << qint32(id) << name << qint32(namespaceId) << quint32(natures) << superClassName
-           << qint32(superNamespaceId) << qint32(constructors.size()) << qint32(methods.size())
+    stream << qint32(id) << name << qint32(namespaceId) << quint32(natures);
+    writeText(stream, superClassName);
+    stream << qint32(superNamespaceId) << qint32(constructors.size()) << qint32(methods.size())
            << qint32(properties.size()) << qint32(events.size()) << qint32(enums.size());
     writeMembers(stream, enums);
     writeMembers(stream, methods);

@@ -45,16 +45,12 @@ std::istream &operator>>(std::istream &in, DateTime &v)
     return in;
 }
 
-static const DateTime_class *s_dateTimeClass = nullptr;
-
 DateTime_class::DateTime_class(Namespace *nameSpace)
     : IntFieldsClass("DateTime", nameSpace,
                      {QStringLiteral("year"), QStringLiteral("month"), QStringLiteral("day"),
                       QStringLiteral("hour"), QStringLiteral("minute"), QStringLiteral("second")},
                      {0, 3, 6})
-{
-    s_dateTimeClass = this;
-}
+{}
 
 void DateTime_class::unknownConstructor(int id) const
 {
@@ -63,13 +59,13 @@ void DateTime_class::unknownConstructor(int id) const
 
 bool DateTime_class::canConvertToInternal(const Class *target, bool, bool) const
 {
-    return target && target == Inspector::self()->type(4);
+    return target && target == Inspector::self()->type(CharClassId);
 }
 
 SharedPtr<Object> DateTime_class::convertToInternal(SharedPtr<Object> obj, const Class *target,
                                                     bool) const
 {
-    if (!obj || !obj->data() || target != Inspector::self()->type(4))
+    if (!obj || !obj->data() || target != Inspector::self()->type(CharClassId))
         return nullptr;
     return Inspector::self()->createPrimitive(static_cast<DateTime *>(obj->data())->toString());
 }
@@ -91,26 +87,6 @@ bool DateTime_class::compare(SharedPtr<Object> a, SharedPtr<Object> b) const
     if ((dateOnly(x) && (dateOnly(y) || midnight(y))) || (dateOnly(y) && midnight(x)))
         return sameDate;
     return sameDate && x.hour == y.hour && x.minute == y.minute && x.second == y.second;
-}
-
-const Class *objectModelDateTimeClass()
-{
-    Inspector::self();
-    return s_dateTimeClass;
-}
-
-SharedPtr<Object> wrapDateTime(const DateTime &value)
-{
-    Inspector::self();
-    return s_dateTimeClass ? s_dateTimeClass->wrapValue(value) : nullptr;
-}
-
-bool unwrapDateTime(SharedPtr<Object> obj, DateTime *value)
-{
-    if (!obj || !obj->data() || !obj->isA(objectModelDateTimeClass()))
-        return false;
-    *value = *static_cast<const DateTime *>(obj->data());
-    return true;
 }
 
 } // namespace Tolvex

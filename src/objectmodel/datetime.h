@@ -49,8 +49,12 @@ private:
                                         bool targetIsPointer) const override;
 };
 
-const Class *objectModelDateTimeClass();
-SharedPtr<Object> wrapDateTime(const DateTime &value);
-bool unwrapDateTime(SharedPtr<Object> obj, DateTime *value);
+// The class, wrap and unwrap of this value type: the shared forms of
+// IntFieldsClass under the names scripts and wrappers know.
+extern template class IntFieldsClass<DateTime>;
+
+inline constexpr auto &objectModelDateTimeClass = DateTime_class::localClass;
+inline constexpr auto &wrapDateTime = DateTime_class::wrapLocal;
+inline constexpr auto &unwrapDateTime = DateTime_class::unwrapLocal;
 
 } // namespace Tolvex

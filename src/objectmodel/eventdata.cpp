@@ -72,7 +72,7 @@ bool asDeclaredPrimitive(EventDataArg *arg, const Class *declared, const SharedP
     if (!declared || !primitive)
         return false;
     const bool pointer = value->objectAttribute().isPointer();
-    const bool viaPointer = primitiveId == 4;
+    const bool viaPointer = primitiveId == CharClassId;
     if (!value->type()->canConvertTo(primitive, pointer, viaPointer, nullptr))
         return false;
     if (declared != primitive && !primitive->canConvertTo(declared, viaPointer, false, nullptr))
@@ -110,14 +110,14 @@ EventDataArg createArgumentAt(const QString &name, const Class *argumentClass,
         arg.setPrimitive(QString(), -1);
         return arg;
     }
-    if (classId == 1 && enumerator) {
+    if (classId == IntClassId && enumerator) {
         const int v = value->toInteger();
         arg.setEnum(enumerator->name(), QString::number(v), enumKeys(enumerator, v));
         return arg;
     }
-    if (classId >= 7 || classId < 0) {
-        if (asDeclaredPrimitive(&arg, argumentClass, value, 1) ||
-            asDeclaredPrimitive(&arg, argumentClass, value, 4))
+    if (classId >= VoidClassId || classId < 0) {
+        if (asDeclaredPrimitive(&arg, argumentClass, value, IntClassId) ||
+            asDeclaredPrimitive(&arg, argumentClass, value, CharClassId))
             return arg;
         EventDataArg object(name, classId);
         object.setObject();

@@ -6,6 +6,7 @@
 #include "delegatefactory.h"
 #include "genericstaticpropertydelegate_p.h"
 #include "globalclass.h"
+#include "inspector_p.h"
 #include "mapclass.h"
 #include "namespace.h"
 #include "object.h"
@@ -24,63 +25,23 @@ namespace {
 
 Inspector *s_instance = nullptr;
 
-struct EventHandlerEntry
+QString withoutOneIndirection(const QString &name)
 {
-    enum Kind { ObjectKind = 0, ClassKind = 1, GlobalKind = 2 };
+    if (name.endsWith(QLatin1Char('*')) || name.endsWith(QLatin1Char('&')))
+        return name.left(name.size() - 1);
+    return name;
+}
 
-    int kind = GlobalKind;
-    SharedPtr<Object> object;
-    mutable const Class *type = nullptr;
-    mutable bool typeResolved = false;
-    QString className;
-    QString eventName;
-    QString handler;
-};
-
-// A table indexed by id: a capacity that grows in small steps and a count of
-// the slots in use.
-template <typename T> struct Registry
+void noteHandlersLeft(QMap<QString, bool> &events, const FList<EventHandlerEntry> &list,
+                      const QString &eventName)
 {
-    static constexpr int InitialCapacity = 64;
-    static constexpr int Growth = 8;
-
-    Registry() : table(InitialCapacity) { byName.reserve(1031); }
-
-    int add(T *entry, const QString &name)
-    {
-        if (count == table.count())
-            table.resize(table.count() + Growth);
-        table[count] = entry;
-        byName.insert(name, entry);
-        return count++;
-    }
-    void reset()
-    {
-        table = FVector<T *>(InitialCapacity);
-        count = 0;
-        byName.clear();
-    }
-    T *at(int id) const { return id >= 0 && id < count ? table[id] : nullptr; }
-
-    FVector<T *> table;
-    int count = 0;
-    QHash<QString, T *> byName;
-};
+    for (const EventHandlerEntry &e : list)
+        if (e.eventName == eventName)
+            return;
+    events.insert(eventName, false);
+}
 
 } // namespace
-
-struct Inspector::Data
-{
-    FList<EventHandlerEntry> objectHandlers;
-    FList<EventHandlerEntry> classHandlers;
-    FList<EventHandlerEntry> globalHandlers;
-    Registry<const Class> classes;
-    Registry<Namespace> namespaces;
-    FList<const ObjectHierarchyDelegate *> *topLevelDelegates = nullptr;
-    QMap<QString, bool> eventsWithHandlers;
-    SharedPtr<Object> cachedObject;
-    QString cachedName;
-};
 
 Inspector *Inspector::self()
 {
@@ -89,7 +50,7 @@ Inspector *Inspector::self()
     return s_instance;
 }
 
-Inspector::Inspector() : d(new Data)
+Inspector::Inspector() : d(new Data(this))
 {
     // Published before anything is created, so that the classes made below
     // can register with this instance.
@@ -99,7 +60,6 @@ Inspector::Inspector() : d(new Data)
 
 Inspector::~Inspector()
 {
-    delete d->topLevelDelegates;
     if (s_instance == this)
         s_instance = nullptr;
 }
@@ -108,92 +68,245 @@ void Inspector::setInspectorInterfaceImpl(InspectorInterface *impl)
 {
     d->classes.reset();
     d->namespaces.reset();
-    m_impl = impl;
+    d->impl = impl;
+    d->target = impl ? impl : &d->local;
 }
 
-// --- Classes and namespaces ----------------------------------------------------
-
-int Inspector::registerClass(const Class *c) const
+InspectorInterface *Inspector::inspectorInterfaceImpl() const
 {
-    if (m_impl)
-        return m_impl->registerClass(c);
-    return d->classes.add(c, c->className());
+    return d->impl;
 }
 
-int Inspector::registerNamespace(Namespace *n) const
+// --- The virtual operations: forwarded, some with a step of their own ----------
+
+int Inspector::numObjects() const
 {
-    if (m_impl)
-        return m_impl->registerNamespace(n);
-    return d->namespaces.add(n, n->name());
+    return d->target->numObjects();
 }
 
-static QString withoutOneIndirection(const QString &name)
+SharedPtr<Object> Inspector::object(const QString &name) const
 {
-    if (name.endsWith(QLatin1Char('*')) || name.endsWith(QLatin1Char('&')))
-        return name.left(name.size() - 1);
-    return name;
+    return d->target->object(name);
 }
 
-const Class *Inspector::type(const QString &name) const
+SharedPtr<Object> Inspector::object(int index) const
 {
-    const QString base = withoutOneIndirection(name);
-    if (m_impl)
-        return m_impl->type(base);
-    return d->classes.byName.value(base, nullptr);
+    return d->target->object(index);
 }
 
-const Class *Inspector::type(int id) const
+ObjectList Inspector::objects() const
 {
-    if (m_impl)
-        return m_impl->type(id);
-    return d->classes.at(id);
+    return d->target->objects();
 }
 
 int Inspector::numClasses() const
 {
-    return m_impl ? m_impl->numClasses() : d->classes.count;
+    return d->target->numClasses();
+}
+
+// "Widget*" and "Widget&" name the class "Widget", for either implementation.
+const Class *Inspector::type(const QString &name) const
+{
+    return d->target->type(withoutOneIndirection(name));
+}
+
+const Class *Inspector::type(int id) const
+{
+    return d->target->type(id);
+}
+
+int Inspector::registerClass(const Class *c) const
+{
+    return d->target->registerClass(c);
 }
 
 int Inspector::numNamespaces() const
 {
-    return m_impl ? m_impl->numNamespaces() : d->namespaces.count;
+    return d->target->numNamespaces();
 }
 
 Namespace *Inspector::nameSpace(const QString &name) const
 {
-    if (m_impl)
-        return m_impl->nameSpace(name);
-    return d->namespaces.byName.value(name, nullptr);
+    return d->target->nameSpace(name);
 }
 
 Namespace *Inspector::nameSpace(int id) const
 {
-    if (m_impl)
-        return m_impl->nameSpace(id);
-    return d->namespaces.at(id);
+    return d->target->nameSpace(id);
 }
 
 Namespace *Inspector::nameSpaceFromFullyQualifiedName(const QString &name) const
 {
-    if (m_impl)
-        return m_impl->nameSpaceFromFullyQualifiedName(name);
-    if (name.isEmpty())
-        return nullptr;
-    Namespace *current = globalNamespace();
-    const QStringList parts = name.split(QLatin1String("::"));
-    for (const QString &part : parts) {
-        if (!current)
-            return nullptr;
-        current = current->getNamespace(part);
+    return d->target->nameSpaceFromFullyQualifiedName(name);
+}
+
+int Inspector::registerNamespace(Namespace *n) const
+{
+    return d->target->registerNamespace(n);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(const QList<QString> &strings)
+{
+    return d->target->createPrimitive(strings);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(const char *string)
+{
+    return d->target->createPrimitive(string);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(double value)
+{
+    return d->target->createPrimitive(value);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(bool value)
+{
+    return d->target->createPrimitive(value);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(long value)
+{
+    return d->target->createPrimitive(value);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(long long value)
+{
+    return d->target->createPrimitive(value);
+}
+
+SharedPtr<Object> Inspector::createPrimitive(int value)
+{
+    return d->target->createPrimitive(value);
+}
+
+SharedPtr<Object> Inspector::createNull(const Class *c) const
+{
+    return d->target->createNull(c);
+}
+
+SharedPtr<Object> Inspector::voidObject() const
+{
+    return d->target->voidObject();
+}
+
+void Inspector::sendEvent(const Event *event, SharedPtr<Object> obj, const ObjectList &args) const
+{
+    if (!event || !obj) {
+        std::fprintf(stderr,
+                     "Inspector::sendEvent failed because object or event are null (event: %p, "
+                     "object: %p)\n",
+                     static_cast<const void *>(event), static_cast<const void *>(obj.get()));
+        return;
     }
-    return current;
+    d->target->sendEvent(event, obj, args);
+}
+
+void Inspector::addPropertyDelegate(const QString &className, const QList<QString> &descriptions)
+{
+    d->target->addPropertyDelegate(className, descriptions);
+}
+
+void Inspector::setUniqueProperty(const QString &className, const QString &propertyName)
+{
+    d->target->setUniqueProperty(className, propertyName);
+}
+
+void Inspector::setExtensionCode(const QString &code, const QString &language)
+{
+    d->target->setExtensionCode(code, language);
+}
+
+void Inspector::setMouseTracking(const QString &className, bool on)
+{
+    d->target->setMouseTracking(className, on);
+}
+
+void Inspector::setRecordMouseDrag(const QString &className, bool on)
+{
+    d->target->setRecordMouseDrag(className, on);
+}
+
+void Inspector::setAllowKeyEventCompression(const QString &className, bool on)
+{
+    d->target->setAllowKeyEventCompression(className, on);
+}
+
+void Inspector::enableEventCompression(const QString &className, bool on)
+{
+    d->target->enableEventCompression(className, on);
+}
+
+void Inspector::setRecorderFilter(const QString &key, const QString &filter)
+{
+    d->target->setRecorderFilter(key, filter);
+}
+
+// A replaced implementation hears the error first; the text is stored here
+// as well either way.
+void Inspector::setError(const QString &text)
+{
+    if (d->impl)
+        d->impl->setError(text);
+    d->local.setError(text);
+}
+
+QString Inspector::lastError() const
+{
+    return d->target->lastError();
+}
+
+bool Inspector::installObjectEventHandler(SharedPtr<Object> obj, const QString &eventName,
+                                          const QString &handler)
+{
+    return d->target->installObjectEventHandler(obj, eventName, handler);
+}
+
+bool Inspector::uninstallObjectEventHandler(SharedPtr<Object> obj, const QString &eventName,
+                                            const QString &handler)
+{
+    return d->target->uninstallObjectEventHandler(obj, eventName, handler);
+}
+
+bool Inspector::installClassEventHandler(const QString &className, const QString &eventName,
+                                         const QString &handler)
+{
+    return d->target->installClassEventHandler(className, eventName, handler);
+}
+
+bool Inspector::uninstallClassEventHandler(const QString &className, const QString &eventName,
+                                           const QString &handler)
+{
+    return d->target->uninstallClassEventHandler(className, eventName, handler);
+}
+
+bool Inspector::installGlobalEventHandler(const QString &eventName, const QString &handler)
+{
+    return d->target->installGlobalEventHandler(eventName, handler);
+}
+
+bool Inspector::uninstallGlobalEventHandler(const QString &eventName, const QString &handler)
+{
+    return d->target->uninstallGlobalEventHandler(eventName, handler);
+}
+
+QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
+{
+    return d->target->call(name, args);
+}
+
+QMap<QString, QList<QString>> Inspector::unmatchedProperties() const
+{
+    return d->target->unmatchedProperties();
 }
 
 // --- Top-level objects -----------------------------------------------------------
 
+// Without a replaced implementation only: that one has top-level objects of
+// its own.
 void Inspector::setupPropertyDelegate() const
 {
-    if (d->topLevelDelegates || m_impl)
+    if (d->topLevelDelegates || d->impl)
         return;
     d->topLevelDelegates = new FList<const ObjectHierarchyDelegate *>;
     static const char *const names[] = {
@@ -209,116 +322,21 @@ void Inspector::setupPropertyDelegate() const
 
 void Inspector::addTopLevelHierarchyDelegate(const ObjectHierarchyDelegate *delegate)
 {
-    if (d->topLevelDelegates && !m_impl)
+    if (d->topLevelDelegates && !d->impl)
         d->topLevelDelegates->append(delegate);
-}
-
-int Inspector::numObjects() const
-{
-    if (m_impl)
-        return m_impl->numObjects();
-    setupPropertyDelegate();
-    int n = 0;
-    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates)
-        n += dg->numChildren(nullptr);
-    return n;
-}
-
-ObjectList Inspector::objects() const
-{
-    if (m_impl)
-        return m_impl->objects();
-    setupPropertyDelegate();
-    ObjectList result;
-    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
-        const ObjectList part = dg->children(nullptr);
-        result.insert(result.end(), part.begin(), part.end());
-    }
-    return result;
-}
-
-SharedPtr<Object> Inspector::object(int index) const
-{
-    if (m_impl)
-        return m_impl->object(index);
-    setupPropertyDelegate();
-    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
-        const int n = dg->numChildren(nullptr);
-        if (index < n)
-            return index >= 0 ? dg->child(nullptr, index) : nullptr;
-        index -= n;
-    }
-    return nullptr;
-}
-
-SharedPtr<Object> Inspector::object(const QString &name) const
-{
-    if (m_impl)
-        return m_impl->object(name);
-    return object(name, nullptr);
 }
 
 SharedPtr<Object> Inspector::object(const QString &name,
                                     const ObjectHierarchyDelegate **delegateOut) const
 {
-    setupPropertyDelegate();
-    if (!d->topLevelDelegates)
-        return nullptr;
-    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
-        if (SharedPtr<Object> o = dg->childByName(nullptr, name)) {
-            if (delegateOut)
-                *delegateOut = dg;
-            return o;
-        }
-    }
-    return nullptr;
+    return d->local.object(name, delegateOut);
 }
 
-const FList<const ObjectHierarchyDelegate *> *Inspector::topLevelDelegates() const
-{
-    return d->topLevelDelegates;
-}
-
-// --- Primitives --------------------------------------------------------------
-
-SharedPtr<Object> Inspector::createNull(const Class *c) const
-{
-    if (m_impl)
-        return m_impl->createNull(c);
-    return c ? SharedPtr<Object>(new Object(c, nullptr, ObjectAttribute::Pointer())) : nullptr;
-}
-
-SharedPtr<Object> Inspector::voidObject() const
-{
-    if (m_impl)
-        return m_impl->voidObject();
-    return m_voidObject;
-}
-
-// --- Errors and unmatched properties ----------------------------------------------
-
-void Inspector::setError(const QString &text)
-{
-    if (m_impl)
-        m_impl->setError(text);
-    if (text.isEmpty())
-        m_unmatchedProperties.clear();
-    m_lastError = text;
-}
-
-QString Inspector::lastError() const
-{
-    if (m_impl)
-        return m_impl->lastError();
-    m_unmatchedProperties.clear();
-    QString text;
-    text.swap(m_lastError);
-    return text;
-}
+// --- Unmatched properties ----------------------------------------------------------
 
 void Inspector::addUnmatchedProperty(const QString &name, const QString &property)
 {
-    QList<QString> &list = m_unmatchedProperties[name];
+    QList<QString> &list = d->unmatchedProperties[name];
     if (!list.contains(property))
         list.append(property);
 }
@@ -327,103 +345,61 @@ void Inspector::setUnmatchedProperties(const QString &name, const QList<QString>
 {
     // The candidate that came closest, with the fewest unmatched properties,
     // is the one worth reporting.
-    auto it = m_unmatchedProperties.constFind(name);
-    if (it != m_unmatchedProperties.cend() && it->size() < properties.size())
+    auto it = d->unmatchedProperties.constFind(name);
+    if (it != d->unmatchedProperties.cend() && it->size() < properties.size())
         return;
-    m_unmatchedProperties.insert(name, properties);
+    d->unmatchedProperties.insert(name, properties);
 }
 
 void Inspector::removeUnmatchedProperties(const QString &name)
 {
-    m_unmatchedProperties.remove(name);
-}
-
-QMap<QString, QList<QString>> Inspector::unmatchedProperties() const
-{
-    if (m_impl)
-        return m_impl->unmatchedProperties();
-    return m_unmatchedProperties;
+    d->unmatchedProperties.remove(name);
 }
 
 // --- Recorder settings ---------------------------------------------------------
 
-void Inspector::setUniqueProperty(const QString &className, const QString &propertyName)
-{
-    if (m_impl)
-        return m_impl->setUniqueProperty(className, propertyName);
-    m_uniquePropertyClasses.append(className);
-    m_uniqueProperties.insert(className, propertyName);
-}
-
 QString Inspector::uniqueProperty(const QString &className) const
 {
-    return m_uniqueProperties.value(className);
+    return d->uniqueProperties.value(className);
 }
 
-void Inspector::setExtensionCode(const QString &code, const QString &language)
+QList<QString> Inspector::uniquePropertyClasses() const
 {
-    if (m_impl)
-        return m_impl->setExtensionCode(code, language);
-    m_extensionCode = code;
-    m_extensionLanguage = language;
-}
-
-void Inspector::setMouseTracking(const QString &className, bool on)
-{
-    if (m_impl)
-        return m_impl->setMouseTracking(className, on);
-    m_mouseTracking.insert(className, on);
+    return d->uniquePropertyClasses;
 }
 
 bool Inspector::hasMouseTracking(const QString &className) const
 {
-    return m_mouseTracking.value(className, false);
-}
-
-void Inspector::setRecordMouseDrag(const QString &className, bool on)
-{
-    if (m_impl)
-        return m_impl->setRecordMouseDrag(className, on);
-    m_recordMouseDrag.insert(className, on);
+    return d->mouseTracking.value(className, false);
 }
 
 bool Inspector::hasRecordMouseDrag(const QString &className) const
 {
-    return m_recordMouseDrag.value(className, true);
-}
-
-void Inspector::setAllowKeyEventCompression(const QString &className, bool on)
-{
-    if (m_impl)
-        return m_impl->setAllowKeyEventCompression(className, on);
-    m_allowKeyEventCompression.insert(className, on);
+    return d->recordMouseDrag.value(className, true);
 }
 
 int Inspector::isKeyEventCompressionAllowed(const QString &className) const
 {
-    auto it = m_allowKeyEventCompression.constFind(className);
-    if (it == m_allowKeyEventCompression.cend())
+    auto it = d->allowKeyEventCompression.constFind(className);
+    if (it == d->allowKeyEventCompression.cend())
         return -1;
     return *it ? 1 : 0;
 }
 
-void Inspector::enableEventCompression(const QString &className, bool on)
+QString Inspector::extensionCode() const
 {
-    if (m_impl)
-        m_impl->enableEventCompression(className, on);
+    return d->extensionCode;
 }
 
-void Inspector::setRecorderFilter(const QString &key, const QString &filter)
+QString Inspector::extensionLanguage() const
 {
-    if (m_impl)
-        return m_impl->setRecorderFilter(key, filter);
-    m_recorderFilters[key].append(filter);
+    return d->extensionLanguage;
 }
 
 bool Inspector::matchRecordFilter(const QString &key, const QString &value) const
 {
-    auto it = m_recorderFilters.constFind(key);
-    if (it == m_recorderFilters.cend())
+    auto it = d->recorderFilters.constFind(key);
+    if (it == d->recorderFilters.cend())
         return false;
     for (const QString &filter : *it) {
         if (filter == value)
@@ -435,7 +411,27 @@ bool Inspector::matchRecordFilter(const QString &key, const QString &value) cons
     return false;
 }
 
+void Inspector::setSpyingEnabled(bool on)
+{
+    d->spyingEnabled = on;
+}
+
+bool Inspector::isSpyingEnabled() const
+{
+    return d->spyingEnabled;
+}
+
 // --- Object cache --------------------------------------------------------------
+
+void Inspector::enableObjectCache(bool on)
+{
+    d->objectCacheEnabled = on;
+}
+
+bool Inspector::isObjectCacheEnabled() const
+{
+    return d->objectCacheEnabled;
+}
 
 void Inspector::invalidateObjectCache(void *data)
 {
@@ -453,98 +449,12 @@ void Inspector::setCachedObject(const QString &name, SharedPtr<Object> obj)
 
 SharedPtr<Object> Inspector::cachedObject(const QString &name) const
 {
-    if (m_objectCacheEnabled && d->cachedObject && d->cachedName == name)
+    if (d->objectCacheEnabled && d->cachedObject && d->cachedName == name)
         return d->cachedObject;
     return nullptr;
 }
 
-// --- Event handlers ------------------------------------------------------------
-
-static void noteHandlersLeft(QMap<QString, bool> &events, const FList<EventHandlerEntry> &list,
-                             const QString &eventName)
-{
-    for (const EventHandlerEntry &e : list)
-        if (e.eventName == eventName)
-            return;
-    events.insert(eventName, false);
-}
-
-bool Inspector::installObjectEventHandler(SharedPtr<Object> obj, const QString &eventName,
-                                          const QString &handler)
-{
-    if (m_impl)
-        return m_impl->installObjectEventHandler(obj, eventName, handler);
-    EventHandlerEntry e;
-    e.kind = EventHandlerEntry::ObjectKind;
-    e.object = obj;
-    e.eventName = eventName;
-    e.handler = handler;
-    d->objectHandlers.append(e);
-    d->eventsWithHandlers.insert(eventName, true);
-    return true;
-}
-
-// Object handlers are deliberately never removed here: once installed they
-// stay until clearEventHandlers.
-bool Inspector::uninstallObjectEventHandler(SharedPtr<Object> obj, const QString &eventName,
-                                            const QString &handler)
-{
-    if (m_impl)
-        return m_impl->uninstallObjectEventHandler(obj, eventName, handler);
-    noteHandlersLeft(d->eventsWithHandlers, d->objectHandlers, eventName);
-    return true;
-}
-
-bool Inspector::installClassEventHandler(const QString &className, const QString &eventName,
-                                         const QString &handler)
-{
-    if (m_impl)
-        return m_impl->installClassEventHandler(className, eventName, handler);
-    EventHandlerEntry e;
-    e.kind = EventHandlerEntry::ClassKind;
-    e.className = className;
-    e.eventName = eventName;
-    e.handler = handler;
-    d->classHandlers.append(e);
-    d->eventsWithHandlers.insert(eventName, true);
-    return true;
-}
-
-bool Inspector::uninstallClassEventHandler(const QString &className, const QString &eventName,
-                                           const QString &handler)
-{
-    if (m_impl)
-        return m_impl->uninstallClassEventHandler(className, eventName, handler);
-    d->classHandlers.removeIf([&](const EventHandlerEntry &e) {
-        return e.className == className && e.eventName == eventName && e.handler == handler;
-    });
-    noteHandlersLeft(d->eventsWithHandlers, d->classHandlers, eventName);
-    return true;
-}
-
-bool Inspector::installGlobalEventHandler(const QString &eventName, const QString &handler)
-{
-    if (m_impl)
-        return m_impl->installGlobalEventHandler(eventName, handler);
-    EventHandlerEntry e;
-    e.kind = EventHandlerEntry::GlobalKind;
-    e.eventName = eventName;
-    e.handler = handler;
-    d->globalHandlers.append(e);
-    d->eventsWithHandlers.insert(eventName, true);
-    return true;
-}
-
-bool Inspector::uninstallGlobalEventHandler(const QString &eventName, const QString &handler)
-{
-    if (m_impl)
-        return m_impl->uninstallGlobalEventHandler(eventName, handler);
-    d->globalHandlers.removeIf([&](const EventHandlerEntry &e) {
-        return e.eventName == eventName && e.handler == handler;
-    });
-    noteHandlersLeft(d->eventsWithHandlers, d->globalHandlers, eventName);
-    return true;
-}
+// --- Event handler queries -------------------------------------------------------
 
 bool Inspector::mightHaveEventHandler(const QString &eventName) const
 {
@@ -594,36 +504,302 @@ void Inspector::clearEventHandlers()
     d->eventsWithHandlers.clear();
 }
 
-// --- Forwarding ----------------------------------------------------------------
-
-void Inspector::sendEvent(const Event *event, SharedPtr<Object> obj, const ObjectList &args) const
+// Creation order fixes the ids: the global namespace is 0, the primitives
+// and the global class take the ids of PrimitiveClassId.
+void Inspector::createBuiltinClasses()
 {
-    if (!event || !obj) {
-        std::fprintf(stderr,
-                     "Inspector::sendEvent failed because object or event are null (event: %p, "
-                     "object: %p)\n",
-                     static_cast<const void *>(event), static_cast<const void *>(obj.get()));
-        return;
-    }
-    if (m_impl)
-        return m_impl->sendEvent(event, obj, args);
-    InspectorInterface::sendEvent(event, obj, args);
+    // Empty, not null: the name is part of the namespace's stream form.
+    new Namespace(nullptr, QLatin1String(""));
+    new TolvexClass_short;
+    new TolvexClass_int;
+    new TolvexClass_long;
+    new TolvexClass_bool;
+    new TolvexClass_char;
+    new TolvexClass_double;
+    new TolvexClass_int64;
+    const Class *voidClass = new TolvexClass_void;
+    new TolvexClass_undefined;
+    d->voidObject = voidClass->wrap(nullptr, ObjectAttribute::Value());
+    new GlobalClass;
+    new ArrayClass;
+    new MapClass;
+    auto *uiTypes = new Namespace(globalNamespace(), QStringLiteral("UiTypes"));
+    new ScreenPointClass(uiTypes);
+    new ScreenRectangle_class(uiTypes);
+    new DateTime_class(uiTypes);
 }
 
-void Inspector::addPropertyDelegate(const QString &className, const QList<QString> &descriptions)
+// === The Inspector's own behaviour ==================================================
+
+// --- Classes and namespaces ----------------------------------------------------
+
+int LocalInspector::registerClass(const Class *c) const
 {
-    if (m_impl)
-        return m_impl->addPropertyDelegate(className, descriptions);
-    if (!type(className))
+    return d->classes.add(c, c->className());
+}
+
+int LocalInspector::registerNamespace(Namespace *n) const
+{
+    return d->namespaces.add(n, n->name());
+}
+
+const Class *LocalInspector::type(const QString &name) const
+{
+    return d->classes.byName.value(name, nullptr);
+}
+
+const Class *LocalInspector::type(int id) const
+{
+    return d->classes.at(id);
+}
+
+int LocalInspector::numClasses() const
+{
+    return d->classes.count;
+}
+
+int LocalInspector::numNamespaces() const
+{
+    return d->namespaces.count;
+}
+
+Namespace *LocalInspector::nameSpace(const QString &name) const
+{
+    return d->namespaces.byName.value(name, nullptr);
+}
+
+Namespace *LocalInspector::nameSpace(int id) const
+{
+    return d->namespaces.at(id);
+}
+
+Namespace *LocalInspector::nameSpaceFromFullyQualifiedName(const QString &name) const
+{
+    if (name.isEmpty())
+        return nullptr;
+    Namespace *current = nameSpace(q->globalNamespaceId());
+    const QStringList parts = name.split(QLatin1String("::"));
+    for (const QString &part : parts) {
+        if (!current)
+            return nullptr;
+        current = current->getNamespace(part);
+    }
+    return current;
+}
+
+// --- Top-level objects -----------------------------------------------------------
+
+int LocalInspector::numObjects() const
+{
+    q->setupPropertyDelegate();
+    int n = 0;
+    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates)
+        n += dg->numChildren(nullptr);
+    return n;
+}
+
+ObjectList LocalInspector::objects() const
+{
+    q->setupPropertyDelegate();
+    ObjectList result;
+    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
+        const ObjectList part = dg->children(nullptr);
+        result.insert(result.end(), part.begin(), part.end());
+    }
+    return result;
+}
+
+SharedPtr<Object> LocalInspector::object(int index) const
+{
+    q->setupPropertyDelegate();
+    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
+        const int n = dg->numChildren(nullptr);
+        if (index < n)
+            return index >= 0 ? dg->child(nullptr, index) : nullptr;
+        index -= n;
+    }
+    return nullptr;
+}
+
+SharedPtr<Object> LocalInspector::object(const QString &name) const
+{
+    return object(name, nullptr);
+}
+
+SharedPtr<Object> LocalInspector::object(const QString &name,
+                                         const ObjectHierarchyDelegate **delegateOut) const
+{
+    q->setupPropertyDelegate();
+    if (!d->topLevelDelegates)
+        return nullptr;
+    for (const ObjectHierarchyDelegate *dg : *d->topLevelDelegates) {
+        if (SharedPtr<Object> o = dg->childByName(nullptr, name)) {
+            if (delegateOut)
+                *delegateOut = dg;
+            return o;
+        }
+    }
+    return nullptr;
+}
+
+// --- Primitives --------------------------------------------------------------
+
+SharedPtr<Object> LocalInspector::createNull(const Class *c) const
+{
+    return c ? SharedPtr<Object>(new Object(c, nullptr, ObjectAttribute::Pointer())) : nullptr;
+}
+
+SharedPtr<Object> LocalInspector::voidObject() const
+{
+    return d->voidObject;
+}
+
+// --- Errors --------------------------------------------------------------------
+
+void LocalInspector::setError(const QString &text)
+{
+    if (text.isEmpty())
+        d->unmatchedProperties.clear();
+    d->lastError = text;
+}
+
+// Reading the error consumes it, and the unmatched properties with it.
+QString LocalInspector::lastError() const
+{
+    d->unmatchedProperties.clear();
+    QString text;
+    text.swap(d->lastError);
+    return text;
+}
+
+QMap<QString, QList<QString>> LocalInspector::unmatchedProperties() const
+{
+    return d->unmatchedProperties;
+}
+
+// --- Recorder settings ---------------------------------------------------------
+
+void LocalInspector::setUniqueProperty(const QString &className, const QString &propertyName)
+{
+    d->uniquePropertyClasses.append(className);
+    d->uniqueProperties.insert(className, propertyName);
+}
+
+void LocalInspector::setExtensionCode(const QString &code, const QString &language)
+{
+    d->extensionCode = code;
+    d->extensionLanguage = language;
+}
+
+void LocalInspector::setMouseTracking(const QString &className, bool on)
+{
+    d->mouseTracking.insert(className, on);
+}
+
+void LocalInspector::setRecordMouseDrag(const QString &className, bool on)
+{
+    d->recordMouseDrag.insert(className, on);
+}
+
+void LocalInspector::setAllowKeyEventCompression(const QString &className, bool on)
+{
+    d->allowKeyEventCompression.insert(className, on);
+}
+
+void LocalInspector::enableEventCompression(const QString &, bool) {}
+
+void LocalInspector::setRecorderFilter(const QString &key, const QString &filter)
+{
+    d->recorderFilters[key].append(filter);
+}
+
+// --- Event handlers ------------------------------------------------------------
+
+bool LocalInspector::installObjectEventHandler(SharedPtr<Object> obj, const QString &eventName,
+                                               const QString &handler)
+{
+    EventHandlerEntry e;
+    e.kind = EventHandlerEntry::ObjectKind;
+    e.object = obj;
+    e.eventName = eventName;
+    e.handler = handler;
+    d->objectHandlers.append(e);
+    d->eventsWithHandlers.insert(eventName, true);
+    return true;
+}
+
+// Object handlers are deliberately never removed here: once installed they
+// stay until clearEventHandlers.
+bool LocalInspector::uninstallObjectEventHandler(SharedPtr<Object>, const QString &eventName,
+                                                 const QString &)
+{
+    noteHandlersLeft(d->eventsWithHandlers, d->objectHandlers, eventName);
+    return true;
+}
+
+bool LocalInspector::installClassEventHandler(const QString &className, const QString &eventName,
+                                              const QString &handler)
+{
+    EventHandlerEntry e;
+    e.kind = EventHandlerEntry::ClassKind;
+    e.className = className;
+    e.eventName = eventName;
+    e.handler = handler;
+    d->classHandlers.append(e);
+    d->eventsWithHandlers.insert(eventName, true);
+    return true;
+}
+
+bool LocalInspector::uninstallClassEventHandler(const QString &className, const QString &eventName,
+                                                const QString &handler)
+{
+    d->classHandlers.removeIf([&](const EventHandlerEntry &e) {
+        return e.className == className && e.eventName == eventName && e.handler == handler;
+    });
+    noteHandlersLeft(d->eventsWithHandlers, d->classHandlers, eventName);
+    return true;
+}
+
+bool LocalInspector::installGlobalEventHandler(const QString &eventName, const QString &handler)
+{
+    EventHandlerEntry e;
+    e.kind = EventHandlerEntry::GlobalKind;
+    e.eventName = eventName;
+    e.handler = handler;
+    d->globalHandlers.append(e);
+    d->eventsWithHandlers.insert(eventName, true);
+    return true;
+}
+
+bool LocalInspector::uninstallGlobalEventHandler(const QString &eventName, const QString &handler)
+{
+    d->globalHandlers.removeIf([&](const EventHandlerEntry &e) {
+        return e.eventName == eventName && e.handler == handler;
+    });
+    noteHandlersLeft(d->eventsWithHandlers, d->globalHandlers, eventName);
+    return true;
+}
+
+// --- Events, property delegates, calls ---------------------------------------------
+
+// The send-event delegates are the Inspector's own, registered on it.
+void LocalInspector::sendEvent(const Event *event, SharedPtr<Object> obj,
+                               const ObjectList &args) const
+{
+    q->InspectorInterface::sendEvent(event, obj, args);
+}
+
+void LocalInspector::addPropertyDelegate(const QString &className,
+                                         const QList<QString> &descriptions)
+{
+    if (!q->type(className))
         return;
     // Registers itself with the factory and lives as long as the process.
     new GenericStaticPropertyDelegate(className, descriptions);
 }
 
-QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
+QVariant LocalInspector::call(const QString &, const FList<QVariant> &)
 {
-    if (m_impl)
-        return m_impl->call(name, args);
     setError(QStringLiteral("Cannot make remote calls right now. Make sure your application is "
                             "running and hooked by Tolvex."));
     return QVariant();
@@ -652,30 +828,6 @@ GenericStaticPropertyDelegate::~GenericStaticPropertyDelegate()
 const PropertyDeclaration *GenericStaticPropertyDelegate::property(int index) const
 {
     return index >= 0 && index < m_declarations.count() ? m_declarations[index] : nullptr;
-}
-
-// Creation order fixes the ids: the global namespace is 0, the primitives
-// are classes 0 to 8 and the global class is 9.
-void Inspector::createBuiltinClasses()
-{
-    new Namespace(nullptr, QString());
-    new TolvexClass_short;
-    new TolvexClass_int;
-    new TolvexClass_long;
-    new TolvexClass_bool;
-    new TolvexClass_char;
-    new TolvexClass_double;
-    new TolvexClass_int64;
-    const Class *voidClass = new TolvexClass_void;
-    new TolvexClass_undefined;
-    m_voidObject = voidClass->wrap(nullptr, ObjectAttribute::Value());
-    new GlobalClass;
-    new ArrayClass;
-    new MapClass;
-    auto *uiTypes = new Namespace(globalNamespace(), QStringLiteral("UiTypes"));
-    new ScreenPointClass(uiTypes);
-    new ScreenRectangle_class(uiTypes);
-    new DateTime_class(uiTypes);
 }
 
 } // namespace Tolvex

@@ -14,14 +14,19 @@ class ObjectHierarchyDelegate;
 
 // The one root of the object model: classes and namespaces by id and name,
 // top-level objects, primitives, the last error and the recorder's settings.
+// The virtual operations go to an implementation: the Inspector's own, on
+// this process's tables, or one a wrapper puts in its place. A few do a
+// little more on the way (see inspector.cpp).
 class Inspector : public InspectorInterface
 {
 public:
     static Inspector *self();
     ~Inspector() override;
 
+    // From here on the virtual operations go to impl (the local tables are
+    // emptied); null puts the Inspector's own behaviour back.
     void setInspectorInterfaceImpl(InspectorInterface *impl);
-    InspectorInterface *inspectorInterfaceImpl() const { return m_impl; }
+    InspectorInterface *inspectorInterfaceImpl() const;
 
     int numObjects() const override;
     SharedPtr<Object> object(const QString &name) const override;
@@ -85,16 +90,16 @@ public:
     void removeUnmatchedProperties(const QString &name);
 
     QString uniqueProperty(const QString &className) const;
-    QList<QString> uniquePropertyClasses() const { return m_uniquePropertyClasses; }
+    QList<QString> uniquePropertyClasses() const;
     bool hasMouseTracking(const QString &className) const;
     bool hasRecordMouseDrag(const QString &className) const;
     int isKeyEventCompressionAllowed(const QString &className) const;
-    QString extensionCode() const { return m_extensionCode; }
-    QString extensionLanguage() const { return m_extensionLanguage; }
+    QString extensionCode() const;
+    QString extensionLanguage() const;
     bool matchRecordFilter(const QString &key, const QString &value) const;
 
-    void enableObjectCache(bool on) { m_objectCacheEnabled = on; }
-    bool isObjectCacheEnabled() const { return m_objectCacheEnabled; }
+    void enableObjectCache(bool on);
+    bool isObjectCacheEnabled() const;
     void invalidateObjectCache(void *data);
     void setCachedObject(const QString &name, SharedPtr<Object> obj);
     SharedPtr<Object> cachedObject(const QString &name) const;
@@ -105,34 +110,17 @@ public:
     QString eventHandler(const QString &eventName) const;
     void clearEventHandlers();
 
-    void setSpyingEnabled(bool on) { m_spyingEnabled = on; }
-    bool isSpyingEnabled() const { return m_spyingEnabled; }
+    void setSpyingEnabled(bool on);
+    bool isSpyingEnabled() const;
 
 private:
     struct Data;
+    friend class LocalInspector;
+
     Inspector();
-    // Null until setupPropertyDelegate has found the wrappers' hierarchy delegates.
-    const FList<const ObjectHierarchyDelegate *> *topLevelDelegates() const;
-    SharedPtr<Object> findByPath(const QString &name, QStringList *visited, QString *lastPart);
-    void setLookupError(const QString &callerName, const QString &name, bool multiProperty,
-                        const QStringList &visited, const QString &lastPart);
     void createBuiltinClasses();
 
     std::unique_ptr<Data> d;
-    InspectorInterface *m_impl = nullptr;
-    SharedPtr<Object> m_voidObject;
-    QMap<QString, QString> m_uniqueProperties;
-    QMap<QString, bool> m_mouseTracking;
-    QMap<QString, bool> m_recordMouseDrag;
-    QMap<QString, bool> m_allowKeyEventCompression;
-    QMap<QString, QList<QString>> m_recorderFilters;
-    mutable QString m_lastError;
-    bool m_objectCacheEnabled = true;
-    QList<QString> m_uniquePropertyClasses;
-    mutable QMap<QString, QList<QString>> m_unmatchedProperties;
-    QString m_extensionCode;
-    QString m_extensionLanguage;
-    bool m_spyingEnabled = false;
 };
 
 } // namespace Tolvex

@@ -2,6 +2,7 @@
 
 #include "flist.h"
 #include "objectlist.h"
+#include "primitiveclassid.h"
 #include "shared.h"
 
 #include <QList>
@@ -92,7 +93,7 @@ private:
     FList<SendEventDelegate *> *m_sendEventDelegates = nullptr;
     EventNotifyDelegate *m_eventNotifyDelegate = nullptr;
     bool m_eventRecordingEnabled = false;
-    int m_globalClassId = 9;
+    int m_globalClassId = GlobalClassId;
     int m_globalNamespaceId = 0;
 };
 

@@ -30,6 +30,13 @@ public:
     // A new object that owns a copy of value.
     SharedPtr<Object> wrapValue(const T &value) const;
 
+    // The class of T that the Inspector creates, and values in and out of
+    // its objects: what each value class offers as free functions.
+    static const Class *localClass();
+    static SharedPtr<Object> wrapLocal(const T &value);
+    // False, and value left alone, for an object that holds no T.
+    static bool unwrapLocal(SharedPtr<Object> obj, T *value);
+
 protected:
     // Called for a constructor id that is not in the table.
     virtual void unknownConstructor(int id) const;
@@ -41,6 +48,8 @@ private:
 
     QStringList m_fieldNames;
     std::vector<int> m_arities;
+
+    static inline const IntFieldsClass *s_local = nullptr;
 };
 
 } // namespace Tolvex

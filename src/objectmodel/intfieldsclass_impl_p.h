@@ -14,6 +14,7 @@ IntFieldsClass<T>::IntFieldsClass(const char *name, Namespace *nameSpace, QStrin
     : Class(name, nameSpace, true), m_fieldNames(std::move(fieldNames)),
       m_arities(std::move(constructorArities))
 {
+    s_local = this;
     setNumConstructors(int(m_arities.size()) + 1);
     setNumMethods(numMethods);
     setNumProperties(int(m_fieldNames.size()));
@@ -37,8 +38,8 @@ template <typename T> Constructor *IntFieldsClass<T>::createConstructor(int id) 
         signature.append(Argument(name, this, ObjectAttribute::Value()));
     } else {
         for (int k = 0; k < m_arities[size_t(id)]; ++k)
-            signature.append(
-                Argument(m_fieldNames[k], Inspector::self()->type(1), ObjectAttribute::Value()));
+            signature.append(Argument(m_fieldNames[k], Inspector::self()->type(IntClassId),
+                                      ObjectAttribute::Value()));
     }
     return new Constructor(this, signature, id);
 }
@@ -47,7 +48,8 @@ template <typename T> Property *IntFieldsClass<T>::createProperty(int id) const
 {
     if (id < 0 || id >= m_fieldNames.size())
         return nullptr;
-    return new Property(this, Argument(Inspector::self()->type(1), ObjectAttribute::Value()),
+    return new Property(this,
+                        Argument(Inspector::self()->type(IntClassId), ObjectAttribute::Value()),
                         m_fieldNames[id], Property::Readable | Property::Writable, id);
 }
 
@@ -56,6 +58,26 @@ template <typename T> SharedPtr<Object> IntFieldsClass<T>::wrapValue(const T &va
     SharedPtr<Object> result = wrap(new T(value), ObjectAttribute::Pointer());
     result->setAutoDelete(true);
     return result;
+}
+
+template <typename T> const Class *IntFieldsClass<T>::localClass()
+{
+    Inspector::self();
+    return s_local;
+}
+
+template <typename T> SharedPtr<Object> IntFieldsClass<T>::wrapLocal(const T &value)
+{
+    Inspector::self();
+    return s_local ? s_local->wrapValue(value) : nullptr;
+}
+
+template <typename T> bool IntFieldsClass<T>::unwrapLocal(SharedPtr<Object> obj, T *value)
+{
+    if (!obj || !obj->data() || !obj->isA(localClass()))
+        return false;
+    *value = *static_cast<const T *>(obj->data());
+    return true;
 }
 
 template <typename T> SharedPtr<Object> IntFieldsClass<T>::construct(int id, void **args) const

@@ -1,115 +1,89 @@
 #include "mapclass.h"
 
-#include "constructor.h"
-#include "inspector.h"
-#include "method.h"
-#include "namespace.h"
-#include "object.h"
-#include "objectlist.h"
-#include "property.h"
+#include "containerclass_impl_p.h"
 #include "valuewrapping.h"
 
 namespace Tolvex {
 
+struct MapClassTraits
+{
+    static constexpr const char *ModelName = "Tolvex_Map";
+    static constexpr const char *AddMethodName = "insert";
+
+    // The key goes in as a string object.
+    static ObjectList addArguments(const MapClass::Native::value_type &entry)
+    {
+        return ObjectList{Inspector::self()->createPrimitive(entry.first), entry.second};
+    }
+
+    // "keys", then "at" for each key; keys without a value are left out.
+    static void readRemote(SharedPtr<Object> obj, const MethodList &at, MapClass::Native *out)
+    {
+        const Property *keysProperty = obj->type()->property(QStringLiteral("keys"));
+        QList<QString> keys;
+        if (!keysProperty || !unwrap(keysProperty->get(obj), &keys))
+            return;
+        for (const QString &key : keys)
+            if (SharedPtr<Object> value =
+                    at.invoke(obj, ObjectList{Inspector::self()->createPrimitive(key)}))
+                out->emplace(key, value);
+    }
+};
+
+template class ContainerClass<MapClassTraits, MapClass::Native>;
+
 namespace {
 
 enum { AtId = 0, InsertId = 1 };
-enum { LengthId = 0, KeysId = 1 };
-
-const MapClass *s_local = nullptr;
+enum { KeysId = 1 };
 
 Argument keyArgument()
 {
-    return Argument(QStringLiteral("key"), Inspector::self()->type(4), ObjectAttribute::Pointer());
+    return Argument(QStringLiteral("key"), Inspector::self()->type(CharClassId),
+                    ObjectAttribute::Pointer());
 }
 
 } // namespace
 
-MapClass::MapClass() : Class("Tolvex_Map", true)
-{
-    s_local = this;
-    setNumConstructors(1);
-    setNumMethods(2);
-    setNumProperties(2);
-    setNumEvents(0);
-    setNumEnums(0);
-}
-
-void MapClass::initSuperClass()
-{
-    setSuperClass(nullptr);
-}
-
-Constructor *MapClass::createConstructor(int id) const
-{
-    return id == 0 ? new Constructor(this, Signature(), 0) : nullptr;
-}
+MapClass::MapClass() : ContainerClass(2, 2) {}
 
 Method *MapClass::createMethod(int id) const
 {
-    const Class *any = Inspector::self()->type(7);
-    const Argument returnsAny(any, ObjectAttribute::Value());
     switch (id) {
     case AtId:
-        return new Method(this, returnsAny, QStringLiteral("at"), Signature(keyArgument()), AtId);
+        return newMethod(QStringLiteral("at"), Signature(keyArgument()), AtId);
     case InsertId:
-        return new Method(this, returnsAny, QStringLiteral("insert"),
-                          Signature(keyArgument(), Argument(QStringLiteral("value"), any,
-                                                            ObjectAttribute::Value())),
-                          InsertId);
+        return newMethod(QStringLiteral("insert"),
+                         Signature(keyArgument(), Argument(QStringLiteral("value"),
+                                                           Inspector::self()->type(VoidClassId),
+                                                           ObjectAttribute::Value())),
+                         InsertId);
     }
     return nullptr;
 }
 
 Property *MapClass::createProperty(int id) const
 {
-    Inspector *in = Inspector::self();
-    switch (id) {
-    case LengthId:
-        return new Property(this, Argument(in->type(6), ObjectAttribute::Value()),
-                            QStringLiteral("length"), Property::Readable, LengthId);
-    case KeysId:
-        return new Property(
-            this,
-            Argument(in->type(4), ObjectAttribute::PointerFlag | ObjectAttribute::ArrayFlag, 0),
-            QStringLiteral("keys"), Property::Readable, KeysId);
-    }
-    return nullptr;
+    if (id != KeysId)
+        return ContainerClass::createProperty(id);
+    return new Property(this,
+                        Argument(Inspector::self()->type(CharClassId),
+                                 ObjectAttribute::PointerFlag | ObjectAttribute::ArrayFlag, 0),
+                        QStringLiteral("keys"), Property::Readable, KeysId);
 }
 
-SharedPtr<Object> MapClass::construct(int id, void **) const
+SharedPtr<Object> MapClass::getProperty(int id, void *data, const Class *valueClass) const
 {
-    return id == 0 ? wrapObject(Native()) : nullptr;
+    if (id != KeysId || !data)
+        return ContainerClass::getProperty(id, data, valueClass);
+    QList<QString> keys;
+    for (const auto &entry : *static_cast<const Native *>(data))
+        keys.append(entry.first);
+    return Inspector::self()->createPrimitive(keys);
 }
 
-void MapClass::deleteObjectData(void *data, const ObjectAttribute &) const
+SharedPtr<Object> MapClass::invokeOn(int id, Native &entries, const ObjectList &args) const
 {
-    delete static_cast<Native *>(data);
-}
-
-SharedPtr<Object> MapClass::getProperty(int id, void *data, const Class *) const
-{
-    if (!data)
-        return nullptr;
-    const Native &entries = *static_cast<const Native *>(data);
-    if (id == LengthId)
-        return Inspector::self()->createPrimitive(static_cast<long long>(entries.size()));
-    if (id == KeysId) {
-        QList<QString> keys;
-        for (const auto &entry : entries)
-            keys.append(entry.first);
-        return Inspector::self()->createPrimitive(keys);
-    }
-    return nullptr;
-}
-
-SharedPtr<Object> MapClass::invoke(int id, SharedPtr<Object> self, const ObjectList &args,
-                                   const Method *method) const
-{
-    if (!verifyMethodInvocation(self, method) ||
-        !verifyMethodArgumentCount(className(), method, args) || !self->isA(this))
-        return nullptr;
-    Native &entries = *static_cast<Native *>(self->data());
     Inspector *in = Inspector::self();
     const QString key = args[0] ? args[0]->toString() : QString();
     switch (id) {
@@ -127,65 +101,6 @@ SharedPtr<Object> MapClass::invoke(int id, SharedPtr<Object> self, const ObjectL
         return in->voidObject();
     }
     return nullptr;
-}
-
-Argument MapClass::mapClassArg(const std::string &name)
-{
-    return Argument(QString::fromStdString(name), registeredClass(), ObjectAttribute::Value());
-}
-
-const Class *MapClass::registeredClass()
-{
-    return Inspector::self()->globalNamespace()->getClass(QStringLiteral("Tolvex_Map"));
-}
-
-SharedPtr<Object> MapClass::wrapObject(const Native &entries)
-{
-    Inspector::self();
-    if (!s_local)
-        return nullptr;
-    SharedPtr<Object> result =
-        s_local->Class::wrap(new Native(entries), ObjectAttribute::Pointer());
-    result->setAutoDelete(true);
-    return result;
-}
-
-MapClass::Native MapClass::unwrapObject(SharedPtr<Object> obj)
-{
-    if (!obj || !obj->data() || !obj->isA(s_local))
-        return Native();
-    return *static_cast<const Native *>(obj->data());
-}
-
-SharedPtr<Object> MapClass::createRemoteObject(const Native &entries)
-{
-    const Class *c = registeredClass();
-    const Constructor *ctor = c ? c->constructor(0) : nullptr;
-    SharedPtr<Object> map = ctor ? ctor->construct(ObjectList()) : nullptr;
-    if (!map)
-        return nullptr;
-    const MethodList insert = c->methods(QStringLiteral("insert"));
-    for (const auto &entry : entries)
-        insert.invoke(map,
-                      ObjectList{Inspector::self()->createPrimitive(entry.first), entry.second});
-    return map;
-}
-
-MapClass::Native MapClass::unwrapRemoteObject(SharedPtr<Object> obj)
-{
-    Native result;
-    if (!obj || !obj->type())
-        return result;
-    const Property *keysProperty = obj->type()->property(QStringLiteral("keys"));
-    QList<QString> keys;
-    if (!keysProperty || !unwrap(keysProperty->get(obj), &keys))
-        return result;
-    const MethodList at = obj->type()->methods(QStringLiteral("at"));
-    for (const QString &key : keys)
-        if (SharedPtr<Object> value =
-                at.invoke(obj, ObjectList{Inspector::self()->createPrimitive(key)}))
-            result.emplace(key, value);
-    return result;
 }
 
 } // namespace Tolvex

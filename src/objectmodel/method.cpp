@@ -86,7 +86,7 @@ bool matchArguments(const Signature &signature, const ObjectList &args, ObjectLi
             return false;
         // Class void in a signature stands for any object.
         const Class *target = parameter.type();
-        if ((target && target->id() == 7) || a->isA(target)) {
+        if ((target && target->id() == VoidClassId) || a->isA(target)) {
             *out << a;
             continue;
         }

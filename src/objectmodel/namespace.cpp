@@ -2,6 +2,7 @@
 
 #include "class.h"
 #include "inspector.h"
+#include "streamlimits_p.h"
 
 #include <QDataStream>
 
@@ -53,7 +54,9 @@ bool Namespace::containsIdentifier(const QString &name) const
 
 void Namespace::writeObject(QDataStream &stream) const
 {
-    stream << qint32(m_id) << m_name << qint32(m_enclosing ? m_enclosing->id() : -1);
+    stream << qint32(m_id);
+    writeText(stream, m_name);
+    stream << qint32(m_enclosing ? m_enclosing->id() : -1);
 }
 
 void Namespace::readObject(QDataStream &stream)

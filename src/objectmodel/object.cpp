@@ -240,10 +240,10 @@ static SharedPtr<Object> asPrimitive(const Object *obj, int classId)
     if (!target || !type)
         return nullptr;
     const bool pointer = obj->objectAttribute().isPointer();
-    if (!type->canConvertTo(target, pointer, classId == 4, nullptr))
+    if (!type->canConvertTo(target, pointer, classId == CharClassId, nullptr))
         return nullptr;
     SharedPtr<Object> self(const_cast<Object *>(obj));
-    SharedPtr<Object> result = type->convertTo(self, target, classId == 4);
+    SharedPtr<Object> result = type->convertTo(self, target, classId == CharClassId);
     return result.get() == obj ? nullptr : result;
 }
 
@@ -253,7 +253,7 @@ QString Object::toString() const
         return QStringLiteral("<null>");
     if (const ConversionDelegate *cd = conversionFor(ConversionDelegate::CanString))
         return cd->toString(self());
-    SharedPtr<Object> p = asPrimitive(this, 4);
+    SharedPtr<Object> p = asPrimitive(this, CharClassId);
     return p ? p->toString() : QString();
 }
 
@@ -261,7 +261,7 @@ int Object::toInteger() const
 {
     if (const ConversionDelegate *cd = conversionFor(ConversionDelegate::CanInteger))
         return cd->toInteger(self());
-    SharedPtr<Object> p = asPrimitive(this, 1);
+    SharedPtr<Object> p = asPrimitive(this, IntClassId);
     return p ? p->toInteger() : 0;
 }
 
@@ -269,7 +269,7 @@ long long Object::toInt64() const
 {
     if (const ConversionDelegate *cd = conversionFor(ConversionDelegate::CanInt64))
         return cd->toInt64(self());
-    SharedPtr<Object> p = asPrimitive(this, 6);
+    SharedPtr<Object> p = asPrimitive(this, Int64ClassId);
     return p ? p->toInt64() : 0;
 }
 
@@ -277,7 +277,7 @@ double Object::toDouble() const
 {
     if (const ConversionDelegate *cd = conversionFor(ConversionDelegate::CanDouble))
         return cd->toDouble(self());
-    SharedPtr<Object> p = asPrimitive(this, 5);
+    SharedPtr<Object> p = asPrimitive(this, DoubleClassId);
     return p ? p->toDouble() : 0.0;
 }
 
@@ -285,7 +285,7 @@ bool Object::toBoolean() const
 {
     if (const ConversionDelegate *cd = conversionFor(ConversionDelegate::CanBoolean))
         return cd->toBoolean(self());
-    SharedPtr<Object> p = asPrimitive(this, 3);
+    SharedPtr<Object> p = asPrimitive(this, BoolClassId);
     return p ? p->toBoolean() : false;
 }
 
@@ -334,7 +334,9 @@ SharedPtr<Object> Object::castTo(const Class *target)
     if (!target || !m_type)
         return self();
     const bool related = target->isSubClassOf(m_type) || m_type->isSubClassOf(target);
-    const auto primitive = [](const Class *c) { return c->id() >= 0 && c->id() <= 6; };
+    const auto primitive = [](const Class *c) {
+        return c->id() >= ShortClassId && c->id() <= Int64ClassId;
+    };
     if (related || (primitive(m_type) && primitive(target))) {
         m_type = target;
         clearDelegateCaches();

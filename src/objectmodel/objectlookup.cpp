@@ -3,11 +3,14 @@
 
 #include "delegate.h"
 #include "inspector.h"
+#include "inspector_p.h"
 #include "object.h"
 #include "objectmap.h"
 #include "objectname.h"
 
 #include <QStringList>
+
+#include <utility>
 
 namespace Tolvex {
 
@@ -43,20 +46,38 @@ SharedPtr<Object> Inspector::findObject(const QString &callerName)
         setError(QStringLiteral("Empty Object Name passed to findObject!"));
         return nullptr;
     }
-    if (m_impl)
-        return m_impl->findObject(callerName);
+    return d->target->findObject(callerName);
+}
 
+SharedPtr<Object> LocalInspector::findObject(const QString &callerName)
+{
+    // An error still stored from an earlier call is no detail of this search
+    // (a server that polls without reading errors would otherwise see one
+    // failure text quoted inside the next, without end). It is set aside, and
+    // comes back unless the search leaves an error of its own.
+    QString earlier;
+    earlier.swap(d->lastError);
+    SharedPtr<Object> found = searchObject(callerName);
+    if (d->lastError.isEmpty())
+        d->lastError = std::move(earlier);
+    return found;
+}
+
+// The search itself: what it sets as error, and what delegates set during it,
+// is all that a failure text quotes.
+SharedPtr<Object> LocalInspector::searchObject(const QString &callerName)
+{
     QString name = callerName;
     if (ObjectMap *map = ObjectMap::self())
         name = map->realName(name);
     else if (name.startsWith(QLatin1Char(':')))
         name.remove(0, 1);
 
-    setupPropertyDelegate();
-    if (!topLevelDelegates())
+    q->setupPropertyDelegate();
+    if (!d->topLevelDelegates)
         return nullptr;
 
-    if (SharedPtr<Object> cached = cachedObject(callerName))
+    if (SharedPtr<Object> cached = q->cachedObject(callerName))
         return cached;
 
     const bool hierarchical = isHierarchicalForm(name);
@@ -67,10 +88,10 @@ SharedPtr<Object> Inspector::findObject(const QString &callerName)
         return nullptr;
     }
 
-    for (const ObjectHierarchyDelegate *delegate : *topLevelDelegates()) {
+    for (const ObjectHierarchyDelegate *delegate : *d->topLevelDelegates) {
         if (SharedPtr<Object> found = delegate->objectByQualifiedName(nullptr, objectName)) {
-            if (m_objectCacheEnabled)
-                setCachedObject(callerName, found);
+            if (d->objectCacheEnabled)
+                q->setCachedObject(callerName, found);
             return found;
         }
     }
@@ -80,14 +101,14 @@ SharedPtr<Object> Inspector::findObject(const QString &callerName)
     QString lastPart;
     if (!multiProperty) {
         SharedPtr<Object> found = findByPath(name, &visited, &lastPart);
-        if (m_objectCacheEnabled)
-            setCachedObject(callerName, found);
+        if (d->objectCacheEnabled)
+            q->setCachedObject(callerName, found);
         if (found)
             return found;
     }
 
     // A recorder looks up objects that may just not exist (yet).
-    if (isEventRecordingEnabled())
+    if (q->isEventRecordingEnabled())
         return nullptr;
     setLookupError(callerName, name, multiProperty, visited, lastPart);
     return nullptr;
@@ -95,8 +116,8 @@ SharedPtr<Object> Inspector::findObject(const QString &callerName)
 
 // The slow way out: a dotted path from a top-level object (or from an object
 // found by the multi-property head of "{...}.a.b"), one child at a time.
-SharedPtr<Object> Inspector::findByPath(const QString &name, QStringList *visited,
-                                        QString *lastPart)
+SharedPtr<Object> LocalInspector::findByPath(const QString &name, QStringList *visited,
+                                             QString *lastPart)
 {
     QString path = name;
     QString head;
@@ -112,7 +133,9 @@ SharedPtr<Object> Inspector::findByPath(const QString &name, QStringList *visite
     SharedPtr<Object> current;
     qsizetype next = 0;
     if (!head.isEmpty()) {
-        current = findObject(head);
+        // Part of this search, not a search of its own: an error set so far
+        // belongs to it and is no stale one.
+        current = searchObject(head);
     } else {
         current = object(parts.first());
         next = 1;
@@ -125,13 +148,14 @@ SharedPtr<Object> Inspector::findByPath(const QString &name, QStringList *visite
     return current;
 }
 
-void Inspector::setLookupError(const QString &callerName, const QString &name, bool multiProperty,
-                               const QStringList &visited, const QString &lastPart)
+void LocalInspector::setLookupError(const QString &callerName, const QString &name,
+                                    bool multiProperty, const QStringList &visited,
+                                    const QString &lastPart)
 {
-    // What the delegates left behind is quoted, then consumed.
-    const QMap<QString, QList<QString>> unmatched = m_unmatchedProperties;
-    const QString detail = m_lastError;
-    m_lastError.clear();
+    // What the delegates left behind during this search is quoted, then consumed.
+    const QMap<QString, QList<QString>> unmatched = d->unmatchedProperties;
+    const QString detail = d->lastError;
+    d->lastError.clear();
 
     QString text = QStringLiteral("Object '") + callerName + QStringLiteral("' not found");
     text += detail.isEmpty() ? QStringLiteral(".") : QStringLiteral(": ") + detail;

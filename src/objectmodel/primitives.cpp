@@ -2,6 +2,7 @@
 
 #include "constructor.h"
 #include "inspector.h"
+#include "inspector_p.h"
 
 #include <QDataStream>
 #include <QStringList>
@@ -13,18 +14,6 @@
 namespace Tolvex {
 
 namespace {
-
-enum PrimitiveId {
-    ShortId = 0,
-    IntId,
-    LongId,
-    BoolId,
-    CharId,
-    DoubleId,
-    Int64Id,
-    VoidId,
-    UndefinedId
-};
 
 // A C++ cast, except that a floating value outside the target's range (or
 // NaN) does not become undefined behaviour: scripts send any double.
@@ -128,19 +117,19 @@ template <typename T> SharedPtr<Object> convertValue(T value, int targetId, bool
 {
     const ObjectAttribute v = ObjectAttribute::Value();
     switch (targetId) {
-    case ShortId:
+    case ShortClassId:
         return makeValue<short>(targetId, castValue<short>(value), v);
-    case IntId:
+    case IntClassId:
         return makeValue<int>(targetId, castValue<int>(value), v);
-    case Int64Id:
+    case Int64ClassId:
         return makeValue<long long>(targetId, castValue<long long>(value), v);
-    case LongId:
+    case LongClassId:
         return makeValue<long>(targetId, castValue<long>(value), v);
-    case BoolId:
+    case BoolClassId:
         return makeValue<bool>(targetId, castValue<bool>(value), v);
-    case DoubleId:
+    case DoubleClassId:
         return makeValue<double>(targetId, castValue<double>(value), v);
-    case CharId:
+    case CharClassId:
         if (targetIsPointer)
             return Inspector::self()->createPrimitive(numberText(value));
         // The low byte, through a 64-bit integer so that no value is out of range.
@@ -157,9 +146,9 @@ bool canConvertPrimitive(const Class *target, bool sourceIsPointer, bool targetI
     if (Inspector::self()->type(id) != target)
         return false;
     if (targetIsPointer)
-        return id == CharId;
-    return id == ShortId || id == IntId || id == Int64Id || id == LongId || id == BoolId ||
-           id == DoubleId || id == CharId;
+        return id == CharClassId;
+    return id == ShortClassId || id == IntClassId || id == Int64ClassId || id == LongClassId ||
+           id == BoolClassId || id == DoubleClassId || id == CharClassId;
 }
 
 } // namespace
@@ -691,46 +680,34 @@ template <typename T> static SharedPtr<Object> ownedPrimitive(int classId, T val
     return makeValue<T>(classId, value, ObjectAttribute::Value());
 }
 
-SharedPtr<Object> Inspector::createPrimitive(bool value)
+SharedPtr<Object> LocalInspector::createPrimitive(bool value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
-    return ownedPrimitive(BoolId, value);
+    return ownedPrimitive(BoolClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(int value)
+SharedPtr<Object> LocalInspector::createPrimitive(int value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
-    return ownedPrimitive(IntId, value);
+    return ownedPrimitive(IntClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(long value)
+SharedPtr<Object> LocalInspector::createPrimitive(long value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
-    return ownedPrimitive(LongId, value);
+    return ownedPrimitive(LongClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(long long value)
+SharedPtr<Object> LocalInspector::createPrimitive(long long value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
-    return ownedPrimitive(Int64Id, value);
+    return ownedPrimitive(Int64ClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(double value)
+SharedPtr<Object> LocalInspector::createPrimitive(double value)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(value);
-    return ownedPrimitive(DoubleId, value);
+    return ownedPrimitive(DoubleClassId, value);
 }
 
-SharedPtr<Object> Inspector::createPrimitive(const char *string)
+SharedPtr<Object> LocalInspector::createPrimitive(const char *string)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(string);
-    const Class *c = type(CharId);
+    const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
     SharedPtr<Object> result = c->wrap(qstrdup(string), ObjectAttribute::Pointer());
@@ -738,11 +715,9 @@ SharedPtr<Object> Inspector::createPrimitive(const char *string)
     return result;
 }
 
-SharedPtr<Object> Inspector::createPrimitive(const QList<QString> &strings)
+SharedPtr<Object> LocalInspector::createPrimitive(const QList<QString> &strings)
 {
-    if (m_impl)
-        return m_impl->createPrimitive(strings);
-    const Class *c = type(CharId);
+    const Class *c = type(CharClassId);
     if (!c)
         return nullptr;
     const int n = int(strings.size());

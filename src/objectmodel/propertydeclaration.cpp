@@ -108,7 +108,7 @@ void PropertyDeclaration::lazySetup() const
         std::fprintf(stderr, "Property %s::%s has unknown type %s.\n",
                      m_propertyClass ? qPrintable(m_propertyClass->className()) : "",
                      qPrintable(m_name), qPrintable(m_typeName));
-        m_type = Argument(m_name, inspector->type(8), ObjectAttribute::Value());
+        m_type = Argument(m_name, inspector->type(UndefinedClassId), ObjectAttribute::Value());
         return;
     }
     const QString trimmed = m_typeName.trimmed();

@@ -18,8 +18,12 @@ public:
     explicit ScreenPointClass(Namespace *nameSpace);
 };
 
-const Class *screenPointClass();
-SharedPtr<Object> wrapScreenPoint(const ScreenPoint &value);
-bool unwrapScreenPoint(SharedPtr<Object> obj, ScreenPoint *value);
+// The class, wrap and unwrap of this value type: the shared forms of
+// IntFieldsClass under the names scripts and wrappers know.
+extern template class IntFieldsClass<ScreenPoint>;
+
+inline constexpr auto &screenPointClass = ScreenPointClass::localClass;
+inline constexpr auto &wrapScreenPoint = ScreenPointClass::wrapLocal;
+inline constexpr auto &unwrapScreenPoint = ScreenPointClass::unwrapLocal;
 
 } // namespace Tolvex

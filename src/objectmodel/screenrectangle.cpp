@@ -10,16 +10,12 @@ namespace Tolvex {
 
 template class IntFieldsClass<ScreenRectangle>;
 
-static const ScreenRectangle_class *s_screenRectangleClass = nullptr;
-
 ScreenRectangle_class::ScreenRectangle_class(Namespace *nameSpace)
     : IntFieldsClass("ScreenRectangle", nameSpace,
                      {QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("width"),
                       QStringLiteral("height")},
                      {0, 4}, 1)
-{
-    s_screenRectangleClass = this;
-}
+{}
 
 Method *ScreenRectangle_class::createMethod(int id) const
 {
@@ -40,26 +36,6 @@ SharedPtr<Object> ScreenRectangle_class::invoke(int id, void *data, void **, con
         center.y = r.y + r.height / 2;
     }
     return wrapScreenPoint(center);
-}
-
-const Class *objectModelScreenRectangleClass()
-{
-    Inspector::self();
-    return s_screenRectangleClass;
-}
-
-SharedPtr<Object> wrapScreenRectangle(const ScreenRectangle &value)
-{
-    Inspector::self();
-    return s_screenRectangleClass ? s_screenRectangleClass->wrapValue(value) : nullptr;
-}
-
-bool unwrapScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value)
-{
-    if (!obj || !obj->data() || !obj->isA(objectModelScreenRectangleClass()))
-        return false;
-    *value = *static_cast<const ScreenRectangle *>(obj->data());
-    return true;
 }
 
 // The class is looked up by name each time: on a side where the name is a

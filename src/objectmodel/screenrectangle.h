@@ -32,9 +32,13 @@ private:
     Method *createMethod(int id) const override;
 };
 
-const Class *objectModelScreenRectangleClass();
-SharedPtr<Object> wrapScreenRectangle(const ScreenRectangle &value);
-bool unwrapScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value);
+// The class, wrap and unwrap of this value type: the shared forms of
+// IntFieldsClass under the names scripts and wrappers know.
+extern template class IntFieldsClass<ScreenRectangle>;
+
+inline constexpr auto &objectModelScreenRectangleClass = ScreenRectangle_class::localClass;
+inline constexpr auto &wrapScreenRectangle = ScreenRectangle_class::wrapLocal;
+inline constexpr auto &unwrapScreenRectangle = ScreenRectangle_class::unwrapLocal;
 // The forms that go through the constructor and the properties, so they
 // work as well against a class that stands for one in another process.
 SharedPtr<Object> createRemoteScreenRectangle(const ScreenRectangle &value);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDataStream>
+#include <QString>
 
 namespace Tolvex {
 
@@ -25,6 +26,17 @@ inline QString readString(QDataStream &stream)
     QString value;
     stream >> value;
     return value;
+}
+
+// Where a form has no text to give it writes an empty string, never a null
+// one: at stream versions 3 and 6 a null QString is ff ff ff ff and an empty
+// one 00 00 00 00. A Qt reader hides the difference; other readers do not.
+inline void writeText(QDataStream &stream, const QString &text)
+{
+    if (text.isNull())
+        stream << QString(QLatin1String(""));
+    else
+        stream << text;
 }
 
 } // namespace Tolvex

@@ -21,7 +21,7 @@ bool unwrap(SharedPtr<Object> obj, QList<QString> *strings)
     if (!obj || !obj->data())
         return false;
     const ObjectAttribute a = obj->objectAttribute();
-    if (obj->type() == Inspector::self()->type(4) && a.isPointer() && a.isArray()) {
+    if (obj->type() == Inspector::self()->type(CharClassId) && a.isPointer() && a.isArray()) {
         char **items = static_cast<char **>(obj->data());
         QList<QString> result;
         for (int i = 0; i < a.arrayLength(); ++i)

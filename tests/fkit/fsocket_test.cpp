@@ -1,7 +1,9 @@
 #include "fsocket.h"
+#include "fsocketerrors_p.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <vector>
 
@@ -160,4 +162,58 @@ TEST(FSocket, InvalidSocketRefusesEverything)
     EXPECT_EQ(s.accept(), -1);
     EXPECT_EQ(s.sendBufferSize(), -1);
     s.close();
+}
+
+// What the real sockets above cannot provoke: each operation reads the same
+// platform error its own way.
+TEST(FSocketErrors, EachOperationReadsAPlatformErrorItsOwnWay)
+{
+    using namespace FSocketErrors;
+    using FSocketPlatform::Err;
+    const auto gives = [](Operation op, Err e, Outcome outcome,
+                          FSocket::ErrorCondition condition = FSocket::NoError) {
+        const Rule &rule = ruleFor(op, e);
+        return rule.outcome == outcome && rule.condition == condition;
+    };
+
+    // Would-block is where a non-blocking connect begins; a blocking one
+    // fails without a condition, as it does on an invalid argument.
+    EXPECT_TRUE(gives(Operation::BlockingConnect, Err::WouldBlock, Outcome::FailQuietly));
+    EXPECT_TRUE(gives(Operation::NonBlockingConnect, Err::WouldBlock, Outcome::Succeed));
+    EXPECT_TRUE(gives(Operation::BlockingConnect, Err::Invalid, Outcome::FailQuietly));
+    EXPECT_TRUE(
+        gives(Operation::NonBlockingConnect, Err::Invalid, Outcome::Fail, FSocket::Impossible));
+    EXPECT_TRUE(gives(Operation::BlockingConnect, Err::IsConnected, Outcome::Connected));
+    // Otherwise both, and a pending error, give the reasons of a failed connect.
+    for (Operation op :
+         {Operation::BlockingConnect, Operation::NonBlockingConnect, Operation::PendingConnect}) {
+        EXPECT_TRUE(gives(op, Err::AddressNotAvailable, Outcome::Fail, FSocket::ConnectionRefused));
+        EXPECT_TRUE(gives(op, Err::TimedOut, Outcome::Fail, FSocket::NetworkFailure));
+        EXPECT_TRUE(gives(op, Err::Other, Outcome::Fail, FSocket::UnknownError));
+    }
+
+    // Reads and writes tell a connection that is gone from one that fails.
+    EXPECT_TRUE(gives(Operation::Read, Err::TimedOut, Outcome::Closed));
+    EXPECT_TRUE(gives(Operation::Write, Err::TimedOut, Outcome::Fail, FSocket::UnknownError));
+    EXPECT_TRUE(gives(Operation::Read, Err::Interrupted, Outcome::NothingMoved));
+    EXPECT_TRUE(gives(Operation::Write, Err::Interrupted, Outcome::Retry));
+    EXPECT_TRUE(gives(Operation::Write, Err::WouldBlock, Outcome::NothingMoved));
+    EXPECT_TRUE(gives(Operation::Read, Err::WouldBlock, Outcome::FailQuietly));
+    EXPECT_TRUE(gives(Operation::Write, Err::NoBuffers, Outcome::ShrinkAndRetry));
+    EXPECT_TRUE(gives(Operation::Write, Err::Access, Outcome::Fail, FSocket::NetworkFailure));
+    EXPECT_TRUE(gives(Operation::Read, Err::Access, Outcome::Fail, FSocket::UnknownError));
+
+    // Only bind knows an address it may not use; a failed wait sets nothing.
+    EXPECT_TRUE(
+        gives(Operation::Bind, Err::AddressNotAvailable, Outcome::Fail, FSocket::Inaccessible));
+    EXPECT_TRUE(
+        gives(Operation::Listen, Err::AddressNotAvailable, Outcome::Fail, FSocket::UnknownError));
+    EXPECT_TRUE(gives(Operation::Accept, Err::Interrupted, Outcome::Retry));
+    EXPECT_TRUE(gives(Operation::Wait, Err::NetworkDown, Outcome::FailQuietly));
+    EXPECT_TRUE(gives(Operation::Create, Err::TooManyFiles, Outcome::Fail, FSocket::NoResources));
+
+    // The platform's numbers fall into these groups; an unknown one is Other.
+    EXPECT_EQ(FSocketPlatform::classify(ECONNREFUSED), Err::ConnectionRefused);
+    EXPECT_EQ(FSocketPlatform::classify(EPIPE), Err::Shutdown);
+    EXPECT_EQ(FSocketPlatform::classify(-12345), Err::Other);
 }

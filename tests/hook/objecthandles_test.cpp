@@ -16,9 +16,9 @@ const TestClass &counterClass()
 {
     static const TestClass c("HandleCounter", nullptr,
                              {{QStringLiteral("bump"),
-                               {Argument(primitive(1), ObjectAttribute::Value())},
-                               primitive(1)}},
-                             {{QStringLiteral("value"), primitive(1)}});
+                               {Argument(primitive(IntClassId), ObjectAttribute::Value())},
+                               primitive(IntClassId)}},
+                             {{QStringLiteral("value"), primitive(IntClassId)}});
     return c;
 }
 
@@ -147,7 +147,7 @@ TEST(ObjectHandles, ConversionThroughClassesAndGlobalBounds)
     ObjectHandles handles;
     SharedPtr<Object> seven = Inspector::self()->createPrimitive(7);
     handles.objectToVariant(seven);
-    const int intClass = 1, doubleClass = 5;
+    const int intClass = IntClassId, doubleClass = DoubleClassId;
     ASSERT_TRUE(handles.canConvertTo(intClass, doubleClass, false, false));
     EXPECT_FALSE(handles.canConvertTo(intClass, 987654, false, false));
     const SharedPtr<Object> asDouble =

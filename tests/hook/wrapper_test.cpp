@@ -19,8 +19,9 @@ namespace {
 
 const TestToolkit::TestClass &widgetClass()
 {
-    static const TestToolkit::TestClass c("ReuseWidget", nullptr, {},
-                                          {{QStringLiteral("width"), TestToolkit::primitive(1)}});
+    static const TestToolkit::TestClass c(
+        "ReuseWidget", nullptr, {},
+        {{QStringLiteral("width"), TestToolkit::primitive(IntClassId)}});
     return c;
 }
 

@@ -32,10 +32,10 @@ constexpr std::uint32_t pointerConst = ObjectAttribute::PointerFlag | ObjectAttr
 
 const ArgumentDescriptor shapeArguments[] = {
     {6, ArgumentDescriptor::TypeByName, 23, 0, 0, -1},             // int factor
-    {13, ArgumentDescriptor::TypeById, 1, 0, 0, 18},               // Fill fill (of the owner)
+    {13, ArgumentDescriptor::TypeById, IntClassId, 0, 0, 18},      // Fill fill (of the owner)
     {-1, ArgumentDescriptor::TypeByClassName, 27, 0, 0, -1},       // "Real", the owner's double
     {37, ArgumentDescriptor::TypeByName, 43, pointerConst, 0, -1}, // const char *label
-    {-1, ArgumentDescriptor::TypeById, 7, 0, 0, -1},               // void
+    {-1, ArgumentDescriptor::TypeById, VoidClassId, 0, 0, -1},     // void
 };
 
 const std::int32_t shapeArgumentList[] = {0, 1, 3, 0};
@@ -53,7 +53,7 @@ const ConstructorDescriptor shapeConstructors[] = {
 TestClass *baseClass()
 {
     static TestClass *c =
-        new TestClass("WcBase", nullptr, {{QStringLiteral("base"), {}, primitive(1)}});
+        new TestClass("WcBase", nullptr, {{QStringLiteral("base"), {}, primitive(IntClassId)}});
     return c;
 }
 
@@ -162,11 +162,11 @@ TEST(WrapperCreator, MethodsFromTablesResolveTypesEnumsAndInvoke)
     ASSERT_EQ(scale->numArguments(), 2);
     const Argument &factor = scale->signature().at(0);
     EXPECT_EQ(factor.name(), QStringLiteral("factor"));
-    EXPECT_EQ(factor.type(), in->type(1));
+    EXPECT_EQ(factor.type(), in->type(IntClassId));
     EXPECT_FALSE(factor.enumerator());
     const Argument &fill = scale->signature().at(1);
     EXPECT_EQ(fill.name(), QStringLiteral("fill"));
-    EXPECT_EQ(fill.type(), in->type(1));
+    EXPECT_EQ(fill.type(), in->type(IntClassId));
     ASSERT_TRUE(fill.enumerator());
     EXPECT_EQ(fill.enumerator(), shape->enumerator(QStringLiteral("Fill")));
     EXPECT_EQ(scale->toString(), QStringLiteral("double scale(int factor, WcShape::Fill fill)"));
@@ -185,7 +185,7 @@ TEST(WrapperCreator, MethodsFromTablesResolveTypesEnumsAndInvoke)
     const Method *area = shape->method(2);
     ASSERT_TRUE(area);
     EXPECT_TRUE(area->isStatic());
-    EXPECT_EQ(area->returnType().type(), in->type(7));
+    EXPECT_EQ(area->returnType().type(), in->type(VoidClassId));
     EXPECT_EQ(area->toString(), QStringLiteral("void area(int factor)"));
     EXPECT_TRUE(area->invoke(nullptr, ObjectList{in->createPrimitive(9)}));
     EXPECT_EQ(shape->lastId, 2);
@@ -308,7 +308,7 @@ TEST(WrapperCreator, BadIndexesAndOffsetsGiveNullWithAWarning)
         EXPECT_TRUE(catcher.saw(QStringLiteral("type name offset 53")));
         MethodPtr whole(creator.createMethod(11));
         ASSERT_TRUE(whole);
-        EXPECT_EQ(whole->signature().at(0).type(), Inspector::self()->type(8))
+        EXPECT_EQ(whole->signature().at(0).type(), Inspector::self()->type(UndefinedClassId))
             << "an unknown type name becomes undefined";
         EXPECT_TRUE(catcher.saw(QStringLiteral("type Gone is unknown")));
     }
@@ -338,10 +338,11 @@ TEST(WrapperCreator, BadIndexesAndOffsetsGiveNullWithAWarning)
 TEST(WrapperCreator, UnknownClassesAndEnumsStillGiveAMember)
 {
     const ArgumentDescriptor args[] = {
-        {-1, ArgumentDescriptor::TypeById, 99999, 0, 0, -1},       // class id unknown
-        {-1, ArgumentDescriptor::TypeById, -3, 0, 0, -1},          // negative class id
-        {-1, ArgumentDescriptor::TypeById | 0x4200u, 1, 0, 0, 48}, // enum "Nope"; high bits
-        {-1, ArgumentDescriptor::TypeByName, 18, 0, 0, -1},        // "Fill" is no class
+        {-1, ArgumentDescriptor::TypeById, 99999, 0, 0, -1}, // class id unknown
+        {-1, ArgumentDescriptor::TypeById, -3, 0, 0, -1},    // negative class id
+        {-1, ArgumentDescriptor::TypeById | 0x4200u, IntClassId, 0, 0,
+         48},                                               // enum "Nope"; high bits
+        {-1, ArgumentDescriptor::TypeByName, 18, 0, 0, -1}, // "Fill" is no class
         {-1, ArgumentDescriptor::TypeByClassName, 23, ObjectAttribute::ArrayFlag, 3, 18},
     };
     const std::int32_t list[] = {0, 1, 2, 3, 4};
@@ -355,18 +356,18 @@ TEST(WrapperCreator, UnknownClassesAndEnumsStillGiveAMember)
     MethodPtr m(creator.createMethod(1));
     ASSERT_TRUE(m);
     ASSERT_EQ(m->numArguments(), 5);
-    const Class *undefined = Inspector::self()->type(8);
+    const Class *undefined = Inspector::self()->type(UndefinedClassId);
     EXPECT_EQ(m->signature().at(0).type(), undefined);
     EXPECT_EQ(m->signature().at(1).type(), undefined);
     EXPECT_TRUE(catcher.saw(QStringLiteral("class id 99999 is unknown")));
     EXPECT_TRUE(catcher.saw(QStringLiteral("class id -3 is unknown")));
-    EXPECT_EQ(m->signature().at(2).type(), Inspector::self()->type(1));
+    EXPECT_EQ(m->signature().at(2).type(), Inspector::self()->type(IntClassId));
     EXPECT_FALSE(m->signature().at(2).enumerator());
     EXPECT_TRUE(catcher.saw(QStringLiteral("enumeration Nope not found")));
     EXPECT_EQ(m->signature().at(3).type(), undefined);
     // Kind 2 keeps names the owner does not map, and the enum is the owner's.
     const Argument &array = m->signature().at(4);
-    EXPECT_EQ(array.type(), Inspector::self()->type(1));
+    EXPECT_EQ(array.type(), Inspector::self()->type(IntClassId));
     EXPECT_TRUE(array.isArray());
     EXPECT_EQ(array.arrayLength(), 3);
     EXPECT_EQ(array.enumerator(), shapeClass()->enumerator(QStringLiteral("Fill")));

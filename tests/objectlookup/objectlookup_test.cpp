@@ -49,10 +49,36 @@ struct World
     }
 };
 
+// A toolkit that is busy: it finds nothing of type "Busy" and says why,
+// the way a wrapper reports during a search.
+class BusyToolkit : public NodeHierarchy
+{
+public:
+    BusyToolkit() : NodeHierarchy(QStringLiteral("BusyToolkit"), &m_none) {}
+
+    SharedPtr<Object> objectByQualifiedName(SharedPtr<Object>,
+                                            const ObjectName &name) const override
+    {
+        if (name.isMultiProperty() &&
+            name.property(QStringLiteral("type")).matches(QStringLiteral("Busy")))
+            Inspector::self()->setError(QStringLiteral("window is busy"));
+        return nullptr;
+    }
+
+private:
+    Node m_none;
+};
+
 Inspector *inspector()
 {
     World::get();
     Inspector *i = Inspector::self();
+    static const bool busyAdded = [i] {
+        i->setupPropertyDelegate();
+        i->addTopLevelHierarchyDelegate(new BusyToolkit);
+        return true;
+    }();
+    (void)busyAdded;
     i->lastError(); // start each case without a stale error
     return i;
 }
@@ -113,10 +139,63 @@ TEST(ObjectLookup, FailureTextsATesterReads)
                                              "    text for object name: '{name='cancel'}'\n"
                                              "    text for object name: '{name='ok'}'"));
 
-    // An error a delegate left behind is quoted as the detail.
-    i->setError(QStringLiteral("window is busy"));
+    // An error a delegate sets during the search is quoted as the detail; one
+    // left from before the search is not.
+    EXPECT_FALSE(i->findObject(QStringLiteral("{type='Busy'}")));
+    EXPECT_EQ(i->lastError(), QStringLiteral("Object '{type='Busy'}' not found: window is busy"));
+    i->setError(QStringLiteral("stale"));
     EXPECT_FALSE(i->findObject(QStringLiteral("nowhere")));
-    EXPECT_EQ(i->lastError(), QStringLiteral("Object 'nowhere' not found: window is busy"));
+    EXPECT_EQ(i->lastError(), QStringLiteral("Object 'nowhere' not found."));
+}
+
+TEST(ObjectLookup, PollingWithoutReadingTheErrorKeepsOneFailureText)
+{
+    Inspector *i = inspector();
+    const auto pollUnread = [i](const QString &name, int times) {
+        for (int poll = 0; poll < times; ++poll)
+            EXPECT_FALSE(i->findObject(name)) << qPrintable(name);
+    };
+
+    // Every failure says the same, however often it is asked without reading.
+    const QString missing = QStringLiteral("{type='Nope'}");
+    pollUnread(missing, 1);
+    const QString first = i->lastError();
+    EXPECT_EQ(first, QStringLiteral("Object '{type='Nope'}' not found."));
+    pollUnread(missing, 5000);
+    const QString polled = i->lastError();
+    EXPECT_EQ(polled.size(), first.size());
+    EXPECT_EQ(polled, first);
+
+    // A delegate's error of the search is quoted once, not once per poll.
+    pollUnread(QStringLiteral("{type='Busy'}"), 1000);
+    EXPECT_EQ(i->lastError(), QStringLiteral("Object '{type='Busy'}' not found: window is busy"));
+
+    // The head of a hierarchical name is part of the same search: its failure
+    // is quoted, the previous poll's text is not.
+    const QString path = QStringLiteral("{type='Nope'}.child");
+    pollUnread(path, 1000);
+    EXPECT_EQ(i->lastError(), QStringLiteral("Object '{type='Nope'}.child' not found: Object "
+                                             "'{type='Nope'}' not found."));
+
+    // An error nobody has read yet survives a lookup that sets none.
+    i->setError(QStringLiteral("earlier"));
+    EXPECT_EQ(nodeOf(i->findObject(QStringLiteral("main.form.ok"))), World::get().ok);
+    EXPECT_EQ(nodeOf(i->findObject(QStringLiteral("{type='Form'}.ok"))), World::get().ok);
+    EXPECT_EQ(i->lastError(), QStringLiteral("earlier"));
+
+    // While events are recorded failures set nothing, so polls leave it too.
+    struct Recorder : EventNotifyDelegate
+    {
+        void eventRecorded(const EventData &) override {}
+    } recorder;
+    i->setError(QStringLiteral("earlier"));
+    i->setEventNotifyDelegate(&recorder);
+    i->setEventRecordingEnabled(true);
+    pollUnread(missing, 100);
+    pollUnread(path, 100);
+    i->setEventRecordingEnabled(false);
+    i->setEventNotifyDelegate(nullptr);
+    EXPECT_EQ(i->lastError(), QStringLiteral("earlier"));
 }
 
 TEST(ObjectLookup, ObjectMapAndCache)

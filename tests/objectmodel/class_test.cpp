@@ -31,7 +31,7 @@ Chain makeChain(const char *prefix)
     chain.a = new TestClass(p + "A", nullptr, TestClass::numberedMethods("a", 3),
                             TestClass::numberedProperties("p", 2));
     chain.b = new TestClass(p + "B", chain.a, TestClass::numberedMethods("b", 2),
-                            {{QStringLiteral("p0"), primitive(5)}});
+                            {{QStringLiteral("p0"), primitive(DoubleClassId)}});
     chain.c = new TestClass(p + "C", chain.b, {}, TestClass::numberedProperties("c", 3));
     chain.d = new TestClass(p + "D", chain.c, TestClass::numberedMethods("d", 4));
     return chain;
@@ -99,17 +99,19 @@ TEST(Class, NameLookupFindsTheNearestMemberAndCollectsOverloads)
     EXPECT_EQ(ch.d->property(QStringLiteral("p")), nullptr);
 
     // Within one class the first member of a name in table order wins.
-    auto *twice = new TestClass(
-        "TwiceNamed", nullptr, {},
-        {{QStringLiteral("dup"), primitive(1)}, {QStringLiteral("dup"), primitive(5)}});
+    auto *twice = new TestClass("TwiceNamed", nullptr, {},
+                                {{QStringLiteral("dup"), primitive(IntClassId)},
+                                 {QStringLiteral("dup"), primitive(DoubleClassId)}});
     EXPECT_EQ(twice->property(QStringLiteral("dup"))->id(), 0);
 
-    auto *base = new TestClass("OverBase", nullptr,
-                               {{QStringLiteral("f"), {Argument(primitive(1), 0, 0)}, nullptr},
-                                {QStringLiteral("g"), {}, nullptr},
-                                {QStringLiteral("f"), {Argument(primitive(5), 0, 0)}, nullptr}});
-    auto *derived = new TestClass("OverDerived", base,
-                                  {{QStringLiteral("f"), {Argument(primitive(4), 2, 0)}, nullptr}});
+    auto *base =
+        new TestClass("OverBase", nullptr,
+                      {{QStringLiteral("f"), {Argument(primitive(IntClassId), 0, 0)}, nullptr},
+                       {QStringLiteral("g"), {}, nullptr},
+                       {QStringLiteral("f"), {Argument(primitive(DoubleClassId), 0, 0)}, nullptr}});
+    auto *derived =
+        new TestClass("OverDerived", base,
+                      {{QStringLiteral("f"), {Argument(primitive(CharClassId), 2, 0)}, nullptr}});
     const MethodList overloads = derived->methods(QStringLiteral("f"));
     ASSERT_EQ(overloads.count(), 3);
     EXPECT_EQ(overloads.at(0)->type(), derived) << "derived overloads stand first";
@@ -290,10 +292,10 @@ TEST(Object, ReferenceDereferenceAndCasts)
 
     // Primitives may be reinterpreted among each other.
     SharedPtr<Object> number = Inspector::self()->createPrimitive(5);
-    number->castTo(primitive(6));
-    EXPECT_EQ(number->type(), primitive(6));
+    number->castTo(primitive(Int64ClassId));
+    EXPECT_EQ(number->type(), primitive(Int64ClassId));
     number->castTo(derived);
-    EXPECT_EQ(number->type(), primitive(6));
+    EXPECT_EQ(number->type(), primitive(Int64ClassId));
 }
 
 TEST(Object, SerialNumbersAreUniqueAcrossThreads)

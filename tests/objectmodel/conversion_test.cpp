@@ -14,7 +14,8 @@ class Meters : public TestClass
 {
 public:
     Meters(const Class *feet)
-        : TestClass("Meters", nullptr, {}, {{QStringLiteral("value"), primitive(1)}}), m_feet(feet)
+        : TestClass("Meters", nullptr, {}, {{QStringLiteral("value"), primitive(IntClassId)}}),
+          m_feet(feet)
     {
         setNumConstructors(2);
     }
@@ -47,7 +48,8 @@ private:
 
 struct Fixture
 {
-    TestClass *feet = new TestClass("Feet", nullptr, {}, {{QStringLiteral("value"), primitive(1)}});
+    TestClass *feet =
+        new TestClass("Feet", nullptr, {}, {{QStringLiteral("value"), primitive(IntClassId)}});
     Meters *meters = new Meters(feet);
 };
 
@@ -129,7 +131,7 @@ TEST(Conversion, SuperclassesAndUnrelatedClasses)
     // Tolerant conversion of a pointer without data cannot dereference.
     Inspector::self()->lastError();
     SharedPtr<Object> empty = base->newObject(nullptr);
-    EXPECT_FALSE(base->convertToTolerant(empty, primitive(1), false));
+    EXPECT_FALSE(base->convertToTolerant(empty, primitive(IntClassId), false));
     EXPECT_EQ(Inspector::self()->lastError(),
               QStringLiteral("Referencing or dereferencing of object failed."));
 }
@@ -142,15 +144,16 @@ TEST(Conversion, CastDelegatesComeFirstFromEitherSide)
     native.properties[0] = 20;
     SharedPtr<Object> warm = celsius->newObject(&native);
 
-    EXPECT_TRUE(celsius->canConvertTo(primitive(1), true, false, nullptr));
-    EXPECT_EQ(celsius->convertTo(warm, primitive(1), false)->toInteger(), 293);
+    EXPECT_TRUE(celsius->canConvertTo(primitive(IntClassId), true, false, nullptr));
+    EXPECT_EQ(celsius->convertTo(warm, primitive(IntClassId), false)->toInteger(), 293);
     EXPECT_EQ(warm->toInteger(), 293) << "toInteger converts through class int";
-    EXPECT_FALSE(celsius->canConvertTo(primitive(5), true, false, nullptr));
+    EXPECT_FALSE(celsius->canConvertTo(primitive(DoubleClassId), true, false, nullptr));
 
     // The target's delegate may cast from the source.
-    EXPECT_TRUE(primitive(5)->canConvertTo(celsius, false, true, nullptr));
+    EXPECT_TRUE(primitive(DoubleClassId)->canConvertTo(celsius, false, true, nullptr));
     SharedPtr<Object> fromDouble =
-        primitive(5)->convertTo(Inspector::self()->createPrimitive(36.6), celsius, true);
+        primitive(DoubleClassId)
+            ->convertTo(Inspector::self()->createPrimitive(36.6), celsius, true);
     ASSERT_TRUE(fromDouble);
     EXPECT_EQ(fromDouble->type(), celsius);
     std::unique_ptr<Native> owned(static_cast<Native *>(fromDouble->data()));
@@ -204,19 +207,23 @@ public:
     mutable int internalAsked = 0;
 
 private:
-    bool canCastTo(const Class *target, bool) const override { return target == primitive(1); }
+    bool canCastTo(const Class *target, bool) const override
+    {
+        return target == primitive(IntClassId);
+    }
     SharedPtr<Object> castTo(SharedPtr<Object>, const Class *target, bool) const override
     {
-        return target == primitive(1) ? Inspector::self()->createPrimitive(77) : nullptr;
+        return target == primitive(IntClassId) ? Inspector::self()->createPrimitive(77) : nullptr;
     }
     bool canConvertToInternal(const Class *target, bool, bool) const override
     {
         ++internalAsked;
-        return target == primitive(5);
+        return target == primitive(DoubleClassId);
     }
     SharedPtr<Object> convertToInternal(SharedPtr<Object>, const Class *target, bool) const override
     {
-        return target == primitive(5) ? Inspector::self()->createPrimitive(0.5) : nullptr;
+        return target == primitive(DoubleClassId) ? Inspector::self()->createPrimitive(0.5)
+                                                  : nullptr;
     }
 };
 
@@ -227,14 +234,14 @@ TEST(Conversion, CastsComeBeforeInternalConversions)
     auto *c = new SelfCasting;
     Native native;
     SharedPtr<Object> obj = c->newObject(&native);
-    EXPECT_TRUE(c->canConvertTo(primitive(1), true, false, nullptr));
+    EXPECT_TRUE(c->canConvertTo(primitive(IntClassId), true, false, nullptr));
     EXPECT_EQ(c->internalAsked, 0) << "a cast answers first";
-    EXPECT_EQ(c->convertTo(obj, primitive(1), false)->toInteger(), 77);
-    EXPECT_TRUE(c->canConvertTo(primitive(5), true, false, nullptr));
+    EXPECT_EQ(c->convertTo(obj, primitive(IntClassId), false)->toInteger(), 77);
+    EXPECT_TRUE(c->canConvertTo(primitive(DoubleClassId), true, false, nullptr));
     EXPECT_EQ(c->internalAsked, 1);
-    EXPECT_EQ(c->convertTo(obj, primitive(5), false)->toDouble(), 0.5);
-    EXPECT_FALSE(c->canConvertTo(primitive(3), true, false, nullptr));
-    EXPECT_FALSE(c->convertTo(obj, primitive(3), false));
+    EXPECT_EQ(c->convertTo(obj, primitive(DoubleClassId), false)->toDouble(), 0.5);
+    EXPECT_FALSE(c->canConvertTo(primitive(BoolClassId), true, false, nullptr));
+    EXPECT_FALSE(c->convertTo(obj, primitive(BoolClassId), false));
     // The object's own accessors go the same way.
     EXPECT_EQ(obj->toInteger(), 77);
     EXPECT_EQ(obj->toDouble(), 0.5);

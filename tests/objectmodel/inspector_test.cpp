@@ -11,15 +11,15 @@ using namespace TestToolkit;
 TEST(Inspector, TypeLookupStripsOneIndirection)
 {
     Inspector *in = Inspector::self();
-    EXPECT_EQ(in->type(QStringLiteral("int*")), primitive(1));
-    EXPECT_EQ(in->type(QStringLiteral("int&")), primitive(1));
+    EXPECT_EQ(in->type(QStringLiteral("int*")), primitive(IntClassId));
+    EXPECT_EQ(in->type(QStringLiteral("int&")), primitive(IntClassId));
     EXPECT_EQ(in->type(QStringLiteral("int**")), nullptr);
     EXPECT_EQ(in->type(QStringLiteral("nope")), nullptr);
     EXPECT_EQ(in->type(-1), nullptr);
     EXPECT_EQ(in->type(in->numClasses()), nullptr);
     EXPECT_EQ(in->nameSpace(0), in->globalNamespace());
     EXPECT_EQ(in->globalNamespace()->name(), QString());
-    EXPECT_EQ(in->globalNamespace()->getClass(QStringLiteral("double")), primitive(5));
+    EXPECT_EQ(in->globalNamespace()->getClass(QStringLiteral("double")), primitive(DoubleClassId));
     // A later class of the same name takes over the name.
     auto *first = new TestClass("Twice", nullptr);
     auto *second = new TestClass("Twice", nullptr);
@@ -259,7 +259,7 @@ TEST(Inspector, RecordedEventsReachTheOneNotifyDelegate)
 
 TEST(Signature, LongFormsLeaveOutUnusedParameters)
 {
-    const Argument i(primitive(1), ObjectAttribute::Value());
+    const Argument i(primitive(IntClassId), ObjectAttribute::Value());
     EXPECT_EQ(Signature(i, i, i).count(), 3);
     EXPECT_EQ(Signature(i, i, Argument(), i).count(), 3);
     EXPECT_EQ(Signature(i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i, i).count(), 18);

@@ -131,7 +131,7 @@ int forwardingChecks()
     in->setInspectorInterfaceImpl(nullptr);
     // The local tables were emptied and stay so.
     check(in->numClasses() == 0);
-    check(in->type(1) == nullptr);
+    check(in->type(IntClassId) == nullptr);
     return failures;
 }
 

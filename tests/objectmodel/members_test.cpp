@@ -16,23 +16,26 @@ Argument param(int classId, unsigned int flags = 0)
 // f(int), f(double), g(), s() static, h(char *)
 TestClass *calcClass()
 {
-    static TestClass *c = new TestClass(
-        "Calc", nullptr,
-        {{QStringLiteral("f"), {param(1)}, primitive(1)},
-         {QStringLiteral("f"), {param(5)}, primitive(1)},
-         {QStringLiteral("g"), {}, nullptr},
-         {QStringLiteral("s"), {}, primitive(1), true},
-         {QStringLiteral("h"), {param(4, ObjectAttribute::PointerFlag)}, primitive(1)}},
-        {{QStringLiteral("level"), primitive(1)},
-         {QStringLiteral("shared"), primitive(1),
-          Property::Readable | Property::Writable | Property::Static}});
+    static TestClass *c =
+        new TestClass("Calc", nullptr,
+                      {{QStringLiteral("f"), {param(IntClassId)}, primitive(IntClassId)},
+                       {QStringLiteral("f"), {param(DoubleClassId)}, primitive(IntClassId)},
+                       {QStringLiteral("g"), {}, nullptr},
+                       {QStringLiteral("s"), {}, primitive(IntClassId), true},
+                       {QStringLiteral("h"),
+                        {param(CharClassId, ObjectAttribute::PointerFlag)},
+                        primitive(IntClassId)}},
+                      {{QStringLiteral("level"), primitive(IntClassId)},
+                       {QStringLiteral("shared"), primitive(IntClassId),
+                        Property::Readable | Property::Writable | Property::Static}});
     return c;
 }
 
 TestClass *calcDerivedClass()
 {
-    static TestClass *c = new TestClass("CalcDerived", calcClass(),
-                                        {{QStringLiteral("f"), {param(3)}, primitive(1)}});
+    static TestClass *c =
+        new TestClass("CalcDerived", calcClass(),
+                      {{QStringLiteral("f"), {param(BoolClassId)}, primitive(IntClassId)}});
     return c;
 }
 
@@ -178,10 +181,10 @@ TEST(Properties, DeclarationsByNameResolveLateThroughMethods)
 {
     Inspector *in = Inspector::self();
     auto *c = new TestClass("Gauge", nullptr,
-                            {{QStringLiteral("size"), {}, primitive(1)},
-                             {QStringLiteral("setSize"), {param(5)}, nullptr},
-                             {QStringLiteral("setSize"), {param(1)}, nullptr}},
-                            {{QStringLiteral("own"), primitive(1)}});
+                            {{QStringLiteral("size"), {}, primitive(IntClassId)},
+                             {QStringLiteral("setSize"), {param(DoubleClassId)}, nullptr},
+                             {QStringLiteral("setSize"), {param(IntClassId)}, nullptr}},
+                            {{QStringLiteral("own"), primitive(IntClassId)}});
     in->addPropertyDelegate(QStringLiteral("Gauge"),
                             {QStringLiteral("int,size,size,setSize,0,1"),
                              QStringLiteral("Mystery,odd,size,,1,0"), QStringLiteral("malformed")});
@@ -200,7 +203,7 @@ TEST(Properties, DeclarationsByNameResolveLateThroughMethods)
     // The setter that fits the declared int is the second overload, and
     // its parameter class becomes the property's.
     EXPECT_EQ(size->declaration()->writeMethod()->id(), 2);
-    EXPECT_EQ(size->type().type(), primitive(1));
+    EXPECT_EQ(size->type().type(), primitive(IntClassId));
 
     Native native;
     SharedPtr<Object> gauge = c->newObject(&native);
@@ -211,7 +214,8 @@ TEST(Properties, DeclarationsByNameResolveLateThroughMethods)
 
     const Property *odd = c->property(QStringLiteral("odd"));
     ASSERT_NE(odd, nullptr);
-    EXPECT_EQ(odd->type().type(), primitive(8)) << "an unknown type reads as undefined";
+    EXPECT_EQ(odd->type().type(), primitive(UndefinedClassId))
+        << "an unknown type reads as undefined";
     EXPECT_TRUE(odd->isStatic());
     EXPECT_FALSE(odd->isReadable());
     EXPECT_FALSE(odd->isWritable());
@@ -224,30 +228,32 @@ TEST(Printing, SignaturesMethodsPropertiesAndConstructors)
     auto *text = new TestClass("QString", nullptr);
     EXPECT_EQ(Signature(Argument(QStringLiteral("text"), text, 5, 0)).toString(),
               QStringLiteral("(const QString & text)"));
-    EXPECT_EQ(Signature(Argument(primitive(1), ObjectAttribute::Array(3))).toString(),
+    EXPECT_EQ(Signature(Argument(primitive(IntClassId), ObjectAttribute::Array(3))).toString(),
               QStringLiteral("(int [3])"));
-    EXPECT_EQ(Signature(Argument(primitive(1), ObjectAttribute::Array(0))).toString(),
+    EXPECT_EQ(Signature(Argument(primitive(IntClassId), ObjectAttribute::Array(0))).toString(),
               QStringLiteral("(int [])"));
-    EXPECT_EQ(Signature(Argument(primitive(4), 2 | 8, 0), param(5)).toString(),
-              QStringLiteral("(char * const, double)"));
+    EXPECT_EQ(
+        Signature(Argument(primitive(CharClassId), 2 | 8, 0), param(DoubleClassId)).toString(),
+        QStringLiteral("(char * const, double)"));
 
     static const Enum::Item items[] = {{"A", 1}, {"B", 2}, {nullptr, 0}};
     const Enum mode(text, QStringLiteral("Mode"), items, 0);
-    EXPECT_EQ(Signature(Argument(QStringLiteral("m"), primitive(1), &mode, 0, 0)).toString(),
-              QStringLiteral("(QString::Mode m)"));
+    EXPECT_EQ(
+        Signature(Argument(QStringLiteral("m"), primitive(IntClassId), &mode, 0, 0)).toString(),
+        QStringLiteral("(QString::Mode m)"));
 
     const Method noReturn(text, Argument(), QStringLiteral("clear"), Signature(), 0);
     EXPECT_EQ(noReturn.toString(), QStringLiteral(" clear()"));
     const Method constRef(text, Argument(text, 1 | 4 | 8, 0), QStringLiteral("self"),
-                          Signature(param(1), param(4, 2)), 1);
+                          Signature(param(IntClassId), param(CharClassId, 2)), 1);
     EXPECT_EQ(constRef.toString(), QStringLiteral("const QString& const self(int, char *)"));
-    const Method array(text, Argument(primitive(1), 2 | 16, 4), QStringLiteral("a"), Signature(),
-                       2);
+    const Method array(text, Argument(primitive(IntClassId), 2 | 16, 4), QStringLiteral("a"),
+                       Signature(), 2);
     EXPECT_EQ(array.toString(), QStringLiteral("int* [4] a()"));
 
     const Property prop(text, Argument(text, &mode, 2, 0), QStringLiteral("p"), 1, 0);
     EXPECT_EQ(prop.toString(), QStringLiteral("QString* p")) << "no enumerator for properties";
-    const Constructor ctor(text, Signature(param(1)), 0);
+    const Constructor ctor(text, Signature(param(IntClassId)), 0);
     EXPECT_EQ(ctor.toString(), QStringLiteral("QString(int)"));
     EXPECT_EQ(calcClass()->constructor(0), nullptr);
 }

@@ -74,8 +74,8 @@ public:
         std::vector<MethodInfo> result;
         for (int k = 0; k < n; ++k)
             result.push_back({QStringLiteral("%1%2").arg(QLatin1String(prefix)).arg(k),
-                              {Argument(primitive(1), ObjectAttribute::Value())},
-                              primitive(1)});
+                              {Argument(primitive(IntClassId), ObjectAttribute::Value())},
+                              primitive(IntClassId)});
         return result;
     }
     static std::vector<PropertyInfo> numberedProperties(const char *prefix, int n)
@@ -83,7 +83,7 @@ public:
         std::vector<PropertyInfo> result;
         for (int k = 0; k < n; ++k)
             result.push_back(
-                {QStringLiteral("%1%2").arg(QLatin1String(prefix)).arg(k), primitive(1)});
+                {QStringLiteral("%1%2").arg(QLatin1String(prefix)).arg(k), primitive(IntClassId)});
         return result;
     }
 
@@ -131,14 +131,14 @@ public:
         if (!data)
             return QStringLiteral("<null>");
         switch (parameter.type() ? parameter.type()->id() : -1) {
-        case 1:
+        case IntClassId:
             return QString::number(*static_cast<int *>(data));
-        case 3:
+        case BoolClassId:
             return *static_cast<bool *>(data) ? QStringLiteral("true") : QStringLiteral("false");
-        case 4:
+        case CharClassId:
             return parameter.isPointer() ? QString::fromUtf8(static_cast<char *>(data))
                                          : QString(QLatin1Char(*static_cast<char *>(data)));
-        case 5:
+        case DoubleClassId:
             return QString::number(*static_cast<double *>(data));
         }
         return QStringLiteral("<object>");

@@ -39,7 +39,7 @@ Inspector *in()
 TEST(ValueClasses, RegisteredWhereScriptsLookForThem)
 {
     EXPECT_EQ(in()->globalClass()->className(), QStringLiteral("Tolvex::Global"));
-    EXPECT_EQ(in()->globalClass()->id(), 9);
+    EXPECT_EQ(in()->globalClass()->id(), GlobalClassId);
     EXPECT_EQ(ArrayClass::registeredClass()->className(), QStringLiteral("Tolvex_Array"));
     EXPECT_EQ(MapClass::registeredClass()->className(), QStringLiteral("Tolvex_Map"));
     EXPECT_EQ(objectModelDateTimeClass()->fullyQualifiedClassName(),
@@ -123,8 +123,8 @@ TEST(ValueClasses, DateTimeTextComparisonAndConstructors)
     EXPECT_FALSE(withTime->compare(wrapDateTime(DateTime(2024, 1, 5, 9, 7, 4))));
 
     // It converts to text and nothing else.
-    EXPECT_TRUE(c->canConvertTo(in()->type(4), true, true, nullptr));
-    EXPECT_FALSE(c->canConvertTo(in()->type(1), true, false, nullptr));
+    EXPECT_TRUE(c->canConvertTo(in()->type(CharClassId), true, true, nullptr));
+    EXPECT_FALSE(c->canConvertTo(in()->type(IntClassId), true, false, nullptr));
 
     const Property *hour = c->property(QStringLiteral("hour"));
     EXPECT_TRUE(hour->set(day, in()->createPrimitive(23)));
@@ -225,8 +225,9 @@ bool writeGlobal(void *value)
 TEST(ValueClasses, GlobalFunctionsPropertiesAndInjection)
 {
     auto *global = static_cast<GlobalClass *>(const_cast<Class *>(in()->globalClass()));
-    const Signature oneInt(Argument(QStringLiteral("n"), in()->type(1), ObjectAttribute::Value()));
-    const Argument returnsInt(in()->type(1), ObjectAttribute::Value());
+    const Signature oneInt(
+        Argument(QStringLiteral("n"), in()->type(IntClassId), ObjectAttribute::Value()));
+    const Argument returnsInt(in()->type(IntClassId), ObjectAttribute::Value());
     global->addMethod(new GlobalMethod(QStringLiteral("twice"), returnsInt, oneInt, &twice));
     static Counter counter;
     global->addMethod(new GlobalMethod(QStringLiteral("count"), returnsInt, Signature(), &counter));
@@ -254,8 +255,8 @@ TEST(ValueClasses, GlobalFunctionsPropertiesAndInjection)
                   .invoke(nullptr, ObjectList{in()->createPrimitive(4)})
                   ->toInteger(),
               12);
-    const Signature twoInts(Argument(in()->type(1), ObjectAttribute::Value()),
-                            Argument(in()->type(1), ObjectAttribute::Value()));
+    const Signature twoInts(Argument(in()->type(IntClassId), ObjectAttribute::Value()),
+                            Argument(in()->type(IntClassId), ObjectAttribute::Value()));
     EXPECT_EQ(global->injectMethod(
                   new GlobalMethod(QStringLiteral("twice"), returnsInt, twoInts, &twice)),
               nullptr);
@@ -286,8 +287,8 @@ TEST(ValueClasses, EnumeratorClassesAndRecordedMasks)
     ASSERT_NE(key, nullptr);
     EXPECT_EQ(key->valueToKey(512, nullptr), QStringLiteral("Alt"));
 
-    const EventDataArg arg = EventData::createArgument(QStringLiteral("button"), in()->type(1),
-                                                       buttons, in()->createPrimitive(1 | 4));
+    const EventDataArg arg = EventData::createArgument(
+        QStringLiteral("button"), in()->type(IntClassId), buttons, in()->createPrimitive(1 | 4));
     EXPECT_EQ(arg.enumKeys(),
               (QList<QString>{QStringLiteral("LeftButton"), QStringLiteral("RightButton")}));
     EXPECT_EQ(arg.enumName(), QStringLiteral("ButtonValue"));
@@ -310,7 +311,7 @@ TEST(ValueClasses, PlainValuesWrapAndUnwrap)
     int n = 0;
     EXPECT_TRUE(unwrap(in()->createPrimitive("12"), &n));
     EXPECT_EQ(n, 12);
-    EXPECT_FALSE(unwrap(in()->type(1)->createNull(), &n));
+    EXPECT_FALSE(unwrap(in()->type(IntClassId)->createNull(), &n));
     QString q;
     EXPECT_FALSE(unwrap(SharedPtr<Object>(), &q));
 }

@@ -3,6 +3,7 @@
 #include "classdescription.h"
 #include "eventdata.h"
 #include "primitives.h"
+#include "remoteclassbase.h"
 
 #include <QBuffer>
 #include <QDataStream>
@@ -42,9 +43,9 @@ class Point3 : public TestClass
 public:
     Point3()
         : TestClass("Point3", nullptr, {},
-                    {{QStringLiteral("x"), primitive(1)},
-                     {QStringLiteral("y"), primitive(1)},
-                     {QStringLiteral("label"), primitive(4), Property::Readable}})
+                    {{QStringLiteral("x"), primitive(IntClassId)},
+                     {QStringLiteral("y"), primitive(IntClassId)},
+                     {QStringLiteral("label"), primitive(CharClassId), Property::Readable}})
     {}
     SharedPtr<Object> getProperty(int id, void *data, const Class *) const override
     {
@@ -53,7 +54,7 @@ public:
             return nullptr;
         if (id == 2)
             return Inspector::self()->createPrimitive("fixed");
-        return primitive(1)->wrap(&native->properties[id], ObjectAttribute::Pointer());
+        return primitive(IntClassId)->wrap(&native->properties[id], ObjectAttribute::Pointer());
     }
 };
 
@@ -77,22 +78,23 @@ TEST(WireForm, PinnedBytesOfSmallForms)
 {
     EXPECT_EQ(bytesOf(ObjectAttribute(18, 2)), hex("00000012 00000002"));
     EXPECT_EQ(bytesOf(Argument()),
-              hex("ffffffff ffffffff 00000000 00000000 00000000 ffffffff ffffffff"));
-    EXPECT_EQ(bytesOf(*Inspector::self()->globalNamespace()), hex("00000000 ffffffff ffffffff"));
-    EXPECT_EQ(bytesOf(Argument(QStringLiteral("x"), primitive(1), ObjectAttribute::Pointer())),
-              hex("00000002 0078  00000006 0069006e0074  00000000  00000002 00000000"
-                  "ffffffff ffffffff"));
+              hex("00000000 00000000 00000000 00000000 00000000 00000000 00000000"));
+    EXPECT_EQ(bytesOf(*Inspector::self()->globalNamespace()), hex("00000000 00000000 ffffffff"));
+    EXPECT_EQ(
+        bytesOf(Argument(QStringLiteral("x"), primitive(IntClassId), ObjectAttribute::Pointer())),
+        hex("00000002 0078  00000006 0069006e0074  00000000  00000002 00000000"
+            "00000000 00000000"));
 
     // Class "int": id 1, no namespace prefix, no superclass, three
     // constructors and no other members.
     const QByteArray ctorValue = hex("0000000a 00760061006c00750065 00000006 0069006e0074 00000000"
-                                     "00000000 00000000 ffffffff ffffffff");
+                                     "00000000 00000000 00000000 00000000");
     const QByteArray ctorPointer =
         hex("0000000e 0070006f0069006e007400650072 00000006 0069006e0074 00000000"
-            "00000002 00000000 ffffffff ffffffff");
+            "00000002 00000000 00000000 00000000");
     const QByteArray intHead = hex("00000006 0069006e0074");
-    EXPECT_EQ(bytesOf(*primitive(1)),
-              hex("00000001") + intHead + hex("00000000 00000000 ffffffff 00000000") +
+    EXPECT_EQ(bytesOf(*primitive(IntClassId)),
+              hex("00000001") + intHead + hex("00000000 00000000 00000000 00000000") +
                   hex("00000003 00000000 00000000 00000000 00000000") + intHead +
                   hex("00000000 00000000") +                         // constructor 0: ()
                   intHead + hex("00000001 00000001") + ctorValue +   // constructor 1
@@ -106,13 +108,37 @@ TEST(WireForm, PinnedBytesOfSmallForms)
                                     "00000000  00000000  ffffffff  ffffffff"));
 
     // An enum mask argument: name, class id 1, kind 2, enum name, value, keys.
-    const EventDataArg mask = EventData::createArgument(
-        QStringLiteral("b"), primitive(1), buttons(), Inspector::self()->createPrimitive(5));
+    const EventDataArg mask =
+        EventData::createArgument(QStringLiteral("b"), primitive(IntClassId), buttons(),
+                                  Inspector::self()->createPrimitive(5));
     EXPECT_EQ(bytesOf(mask),
               hex("00000002 0062  00000001  00000002"
                   "00000016 0042007500740074006f006e00560061006c00750065  00000002 0035"
                   "00000002  00000014 004c0065006600740042007500740074006f006e"
                   "00000016 005200690067006800740042007500740074006f006e"));
+}
+
+TEST(WireForm, AbsentTextsGoOutAsEmptyStringsNotNullOnes)
+{
+    // A class without a name, and an enumerator without a class: empty
+    // strings where a null one would be ff ff ff ff.
+    const RemoteClassBase unnamed(1);
+    EXPECT_EQ(bytesOf(Argument(&unnamed, ObjectAttribute::Value())),
+              hex("00000000 00000000 00000000 00000000 00000000 00000000 00000000"));
+    EXPECT_EQ(bytesOf(Argument(QStringLiteral("b"), primitive(IntClassId), buttons(), 0, 0)),
+              hex("00000002 0062  00000006 0069006e0074  00000000  00000000 00000000"
+                  "00000000  00000016 0042007500740074006f006e00560061006c00750065"));
+
+    // The global namespace's name is empty, not null, and so is that of a
+    // namespace made with a null one.
+    EXPECT_FALSE(Inspector::self()->globalNamespace()->name().isNull());
+    EXPECT_EQ(bytesOf(Namespace(Namespace::Detached, QString())),
+              hex("ffffffff 00000000 ffffffff"));
+
+    // A class of its own with no superclass: an empty superclass name and 0.
+    const QByteArray own = bytesOf(*new TestClass("WireNoSuper", nullptr));
+    const QByteArray name = hex("00000016 0057006900720065004e006f00530075007000650072");
+    EXPECT_EQ(own.mid(4, name.size() + 8 + 8), name + hex("00000000 00000000 00000000 00000000"));
 }
 
 TEST(WireForm, EveryRegisteredClassReadsBackToTheSameForm)
@@ -135,10 +161,11 @@ TEST(WireForm, EveryRegisteredClassReadsBackToTheSameForm)
 TEST(WireForm, MembersReadBackWithTheirClassesResolved)
 {
     auto *owner = new TestClass("WireOwner", nullptr);
-    Signature signature(Argument(QStringLiteral("mode"), primitive(1), buttons(), 4, 0),
-                        Argument(QStringLiteral("list"), primitive(4), ObjectAttribute(18, 3)));
-    Method method(owner, Argument(primitive(5), ObjectAttribute::Reference()), QStringLiteral("go"),
-                  signature, 12, true);
+    Signature signature(
+        Argument(QStringLiteral("mode"), primitive(IntClassId), buttons(), 4, 0),
+        Argument(QStringLiteral("list"), primitive(CharClassId), ObjectAttribute(18, 3)));
+    Method method(owner, Argument(primitive(DoubleClassId), ObjectAttribute::Reference()),
+                  QStringLiteral("go"), signature, 12, true);
     method.deprecate(QStringLiteral("use run"));
     Method readMethod;
     ASSERT_TRUE(readFrom(bytesOf(method), &readMethod));
@@ -155,12 +182,13 @@ TEST(WireForm, MembersReadBackWithTheirClassesResolved)
     // The enum's class (none here) can't be resolved: the reader leaves it null.
     EXPECT_EQ(readMethod.signature().at(0).enumerator(), nullptr);
 
-    Property property(owner, Argument(primitive(3), 0, 0), QStringLiteral("on"), 1 | 4, 7);
+    Property property(owner, Argument(primitive(BoolClassId), 0, 0), QStringLiteral("on"), 1 | 4,
+                      7);
     Property readProperty;
     ASSERT_TRUE(readFrom(bytesOf(property), &readProperty));
     EXPECT_EQ(readProperty.name(), QStringLiteral("on"));
     EXPECT_EQ(readProperty.propertyClass(), owner);
-    EXPECT_EQ(readProperty.type().type(), primitive(3));
+    EXPECT_EQ(readProperty.type().type(), primitive(BoolClassId));
     EXPECT_EQ(readProperty.flags(), 5u);
     EXPECT_EQ(readProperty.id(), 7);
 
@@ -197,7 +225,7 @@ TEST(WireForm, EventsWithEveryKindOfArgumentReadBack)
     auto *bare = new TestClass("BareValue", nullptr);
     auto *sender = new TestClass("Sender3", nullptr);
 
-    Signature signature(Argument(QStringLiteral("buttons"), primitive(1), buttons(), 0, 0),
+    Signature signature(Argument(QStringLiteral("buttons"), primitive(IntClassId), buttons(), 0, 0),
                         Argument(QStringLiteral("where"), point3(), 2, 0));
     const Event moved(sender, QStringLiteral("moved"), signature, 0);
     EventData data(&moved, QStringLiteral("w1"),
@@ -215,7 +243,7 @@ TEST(WireForm, EventsWithEveryKindOfArgumentReadBack)
     ASSERT_EQ(data.argument(1).numSubArguments(), 3);
     EXPECT_EQ(data.argument(1).subArgument(1).value(), QStringLiteral("4"));
     EXPECT_EQ(data.argument(1).subArgument(2).value(), QStringLiteral("fixed"));
-    EXPECT_EQ(data.argument(2).primitiveClassId(), 4);
+    EXPECT_EQ(data.argument(2).primitiveClassId(), CharClassId);
     EXPECT_EQ(data.argument(3).kind(), EventDataArg::ObjectKind);
     EXPECT_EQ(data.argument(3).numSubArguments(), 0);
 
@@ -251,17 +279,17 @@ TEST(WireForm, EventArgumentRules)
     static const Enum::Item plainItems[] = {{"One", 1}, {"Three", 3}, {nullptr, 0}};
     const Enum plain(nullptr, QStringLiteral("Plain"), plainItems, 0);
     EventDataArg unknown =
-        EventData::createArgument(QString(), primitive(1), &plain, in->createPrimitive(2));
+        EventData::createArgument(QString(), primitive(IntClassId), &plain, in->createPrimitive(2));
     EXPECT_EQ(unknown.enumKeys(), QList<QString>{QStringLiteral("2")});
-    EventDataArg both =
-        EventData::createArgument(QString(), primitive(1), buttons(), in->createPrimitive(5));
+    EventDataArg both = EventData::createArgument(QString(), primitive(IntClassId), buttons(),
+                                                  in->createPrimitive(5));
     EXPECT_EQ(both.enumKeys(),
               (QList<QString>{QStringLiteral("LeftButton"), QStringLiteral("RightButton")}));
     EventDataArg number =
         EventData::createArgument(QString(), nullptr, nullptr, in->createPrimitive(2.5));
     EXPECT_EQ(number.kind(), EventDataArg::PrimitiveKind);
     EXPECT_EQ(number.value(), QStringLiteral("2.5"));
-    EXPECT_EQ(number.primitiveClassId(), 5);
+    EXPECT_EQ(number.primitiveClassId(), DoubleClassId);
 
     // A global method records the object lookup in front of its name.
     const Method global(in->globalClass(), Argument(), QStringLiteral("tap"), Signature(), 0, true);
@@ -289,7 +317,7 @@ TEST(WireForm, ObjectsStreamTheirPropertiesAndRefuseOtherTypes)
     // Another type is refused before anything is read into the object.
     Native untouched;
     SharedPtr<Object> other =
-        (new TestClass("NotPoint3", nullptr, {}, {{QStringLiteral("x"), primitive(1)}}))
+        (new TestClass("NotPoint3", nullptr, {}, {{QStringLiteral("x"), primitive(IntClassId)}}))
             ->newObject(&untouched);
     readFrom(written, other.get());
     EXPECT_TRUE(untouched.properties.empty());
@@ -304,10 +332,10 @@ TEST(WireForm, ObjectsStreamTheirPropertiesAndRefuseOtherTypes)
     ASSERT_TRUE(readFrom(strings, into.get()));
     EXPECT_EQ(into->toString(), QStringLiteral("[a, bc]"));
     double values[] = {1.5, -2.0};
-    SharedPtr<Object> doubles = primitive(5)->wrap(values, ObjectAttribute::Array(2));
+    SharedPtr<Object> doubles = primitive(DoubleClassId)->wrap(values, ObjectAttribute::Array(2));
     double back[] = {0, 0};
-    ASSERT_TRUE(
-        readFrom(bytesOf(*doubles), primitive(5)->wrap(back, ObjectAttribute::Array(2)).get()));
+    ASSERT_TRUE(readFrom(bytesOf(*doubles),
+                         primitive(DoubleClassId)->wrap(back, ObjectAttribute::Array(2)).get()));
     EXPECT_EQ(back[0], 1.5);
     EXPECT_EQ(back[1], -2.0);
 }

@@ -49,7 +49,7 @@ inline const TestToolkit::TestClass &counterClass()
     static const TestToolkit::TestClass c(
         "Counter", nullptr,
         {{QStringLiteral("describe"), {}, nullptr}, {QStringLiteral("make"), {}, nullptr, true}},
-        {{QStringLiteral("value"), TestToolkit::primitive(1)}});
+        {{QStringLiteral("value"), TestToolkit::primitive(IntClassId)}});
     return c;
 }
 
