@@ -2,9 +2,9 @@
 
 #include "fsocketerrors_p.h"
 #include "fsocketplatform_p.h"
+#include "logging.h"
 
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <cstring>
@@ -15,9 +15,7 @@ using FSocketErrors::Operation;
 using FSocketErrors::Outcome;
 using FSocketPlatform::Err;
 
-// Waits that time out are routine (every poll for more data does); their
-// trace is off unless asked for.
-Q_LOGGING_CATEGORY(lcSocket, "tolvex.socket", QtInfoMsg)
+using Tolvex::lcSocket;
 
 namespace {
 

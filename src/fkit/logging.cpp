@@ -4,8 +4,9 @@
 
 namespace Tolvex {
 
-// Warnings of the lower layers reach the console; their debug output, and
-// all of the traces, are for the developer who switches them on.
+// Warnings of the lower layers reach the console; their debug output (a
+// socket wait that times out is routine), and all of the traces, are for
+// the developer who switches them on.
 Q_LOGGING_CATEGORY(lcSocket, "tolvex.socket", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcProcess, "tolvex.fkit.process", QtWarningMsg)
 Q_LOGGING_CATEGORY(lcIpc, "tolvex.ipc", QtWarningMsg)

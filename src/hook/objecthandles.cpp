@@ -447,9 +447,6 @@ SharedPtr<Object> ObjectHandles::objectGlobalBounds(const SharedPtr<Object> &obj
 
 namespace {
 
-constexpr int ShortClassId = 0;
-constexpr int CharClassId = 4;
-
 // A primitive of a class that has no Inspector form of its own, made by the
 // class's constructor that copies one value onto the heap.
 template <typename T> SharedPtr<Object> constructed(int classId, T value)
