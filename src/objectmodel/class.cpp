@@ -7,6 +7,7 @@
 #include "event.h"
 #include "inspector.h"
 #include "interface.h"
+#include "logging.h"
 #include "memberresolution_p.h"
 #include "method.h"
 #include "namespace.h"
@@ -19,7 +20,6 @@
 
 #include <QDataStream>
 
-#include <cstdio>
 #include <vector>
 
 namespace Tolvex {
@@ -579,7 +579,7 @@ SharedPtr<Object> Class::construct(const ObjectList &args) const
         if (matchArguments(c->signature(), args, &converted, true))
             return c->type()->construct(c->id(), converted, c);
     }
-    std::fputs("Class::construct: No matching constructor found\n", stderr);
+    logLine(QStringLiteral("Class::construct: No matching constructor found"));
     return nullptr;
 }
 
@@ -587,9 +587,9 @@ SharedPtr<Object> Class::construct(int id, const ObjectList &args,
                                    const Constructor *constructor) const
 {
     if (size_t(constructor->numArguments()) != args.size()) {
-        std::fprintf(stderr, "Constructor::construct %s: %d arguments expected, %lu given\n",
-                     d->name ? d->name : "", constructor->numArguments(),
-                     static_cast<unsigned long>(args.size()));
+        logLine("Constructor::construct ", d->name ? d->name : "", ": ",
+                constructor->numArguments(), " arguments expected, ", qulonglong(args.size()),
+                " given");
         return nullptr;
     }
     std::vector<void *> data = dataPointers(args);
@@ -610,12 +610,11 @@ SharedPtr<Object> Class::getProperty(int id, SharedPtr<Object> self, const Prope
     if (id >= numPropertiesInternal()) {
         const PropertyDeclaration *declaration = property->declaration();
         if (!declaration) {
-            std::fprintf(stderr, "Class::getProperty: No such property: %d\n", id);
+            logLine("Class::getProperty: No such property: ", id);
             return nullptr;
         }
         if (!declaration->isReadable()) {
-            std::fprintf(stderr, "Class::getProperty: property %s is not readable\n",
-                         qPrintable(declaration->name()));
+            logLine("Class::getProperty: property ", declaration->name(), " is not readable");
             return nullptr;
         }
         if (const Method *read = declaration->readMethod())
@@ -652,9 +651,9 @@ static bool convertPropertyValue(const Argument &type, SharedPtr<Object> *value)
         v = v->type()->convertTo(v, type.type(), type.isPointer());
     if (v && v->isA(type.type()))
         return true;
-    std::fprintf(stderr, "Object::setProperty: type %s cannot be converted to %s\n",
-                 v ? qPrintable(v->className()) : "<null>",
-                 type.type() ? qPrintable(type.type()->className()) : "<null>");
+    logLine("Object::setProperty: type ", v ? v->className() : QStringLiteral("<null>"),
+            " cannot be converted to ",
+            type.type() ? type.type()->className() : QStringLiteral("<null>"));
     return false;
 }
 
@@ -668,8 +667,7 @@ bool Class::setProperty(int id, SharedPtr<Object> self, SharedPtr<Object> value,
         if (!declaration)
             return false;
         if (!declaration->isWritable()) {
-            std::fprintf(stderr, "Object::setProperty: property %s is not writable\n",
-                         qPrintable(declaration->name()));
+            logLine("Object::setProperty: property ", declaration->name(), " is not writable");
             return false;
         }
         if (!convertPropertyValue(declaration->type(), &value))
@@ -693,8 +691,8 @@ bool Class::setProperty(SharedPtr<Object> self, const Property *property,
     if (self && self->isA(this) && !self->isNull())
         data = self->data();
     if (!data && !property->isStatic()) {
-        std::fputs("Class::setProperty: Can't set non-static property without object reference\n",
-                   stderr);
+        logLine(QStringLiteral(
+            "Class::setProperty: Can't set non-static property without object reference"));
         return false;
     }
     // The lowest form reads the value as the property's native type, so a

@@ -1,9 +1,9 @@
 #include "datetime.h"
 
 #include "intfieldsclass_impl_p.h"
+#include "logging.h"
 #include "namespace.h"
 
-#include <cstdio>
 #include <istream>
 #include <ostream>
 
@@ -54,7 +54,7 @@ DateTime_class::DateTime_class(Namespace *nameSpace)
 
 void DateTime_class::unknownConstructor(int id) const
 {
-    std::fprintf(stderr, "Unknown DateTime constructor called:%d\n", id);
+    logLine("Unknown DateTime constructor called:", id);
 }
 
 bool DateTime_class::canConvertToInternal(const Class *target, bool, bool) const

@@ -2,11 +2,11 @@
 
 #include "class.h"
 #include "inspector.h"
+#include "logging.h"
 #include "streamlimits_p.h"
 
 #include <QByteArray>
 
-#include <cstdio>
 #include <deque>
 #include <vector>
 
@@ -94,7 +94,7 @@ QString Enum::valueToKey(int value, bool *ok) const
     }
     if (ok)
         *ok = false;
-    std::fprintf(stderr, "Could not find value %d in enum %s\n", value, qPrintable(m_name));
+    logLine("Could not find value ", value, " in enum ", m_name);
     return QString();
 }
 

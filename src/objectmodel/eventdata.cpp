@@ -12,7 +12,6 @@
 #include <QLoggingCategory>
 
 #include <atomic>
-#include <cstdio>
 #include <vector>
 
 namespace Tolvex {

@@ -7,6 +7,7 @@
 #include "genericstaticpropertydelegate_p.h"
 #include "globalclass.h"
 #include "inspector_p.h"
+#include "logging.h"
 #include "mapclass.h"
 #include "namespace.h"
 #include "object.h"
@@ -16,8 +17,6 @@
 #include "screenrectangle.h"
 
 #include <QRegularExpression>
-
-#include <cstdio>
 
 namespace Tolvex {
 
@@ -193,10 +192,9 @@ SharedPtr<Object> Inspector::voidObject() const
 void Inspector::sendEvent(const Event *event, SharedPtr<Object> obj, const ObjectList &args) const
 {
     if (!event || !obj) {
-        std::fprintf(stderr,
-                     "Inspector::sendEvent failed because object or event are null (event: %p, "
-                     "object: %p)\n",
-                     static_cast<const void *>(event), static_cast<const void *>(obj.get()));
+        logLine(QString::asprintf(
+            "Inspector::sendEvent failed because object or event are null (event: %p, object: %p)",
+            static_cast<const void *>(event), static_cast<const void *>(obj.get())));
         return;
     }
     d->target->sendEvent(event, obj, args);

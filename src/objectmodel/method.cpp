@@ -3,12 +3,11 @@
 #include "class.h"
 #include "enum.h"
 #include "inspector.h"
+#include "logging.h"
 #include "memberresolution_p.h"
 #include "object.h"
 #include "objectlist.h"
 #include "streamlimits_p.h"
-
-#include <cstdio>
 
 namespace Tolvex {
 
@@ -182,7 +181,7 @@ bool verifyMethodArgumentCount(const QString &className, const Method *method,
                                 .arg(method->id())
                                 .arg(method->numArguments())
                                 .arg(args.size());
-    std::fprintf(stderr, "%s\n", qPrintable(message));
+    logLine(message);
     Inspector::self()->setError(message);
     return false;
 }

@@ -9,4 +9,4 @@ tolvex_add_subsystem(tolvex_objectnames
         ${CMAKE_CURRENT_SOURCE_DIR}/objectmap.h
         ${CMAKE_CURRENT_SOURCE_DIR}/objectmap_p.h
         ${CMAKE_CURRENT_SOURCE_DIR}/objectmap.cpp
-    DEPENDS Qt6::Core)
+    DEPENDS tolvex_fkit Qt6::Core)

@@ -4,6 +4,7 @@
 #include "classofthedead_p.h"
 #include "delegatefactory.h"
 #include "inspector.h"
+#include "logging.h"
 #include "objectlist.h"
 #include "property.h"
 #include "userdata.h"
@@ -11,8 +12,6 @@
 #include <QDataStream>
 #include <QMutex>
 #include <QSet>
-
-#include <cstdio>
 
 namespace Tolvex {
 
@@ -442,19 +441,16 @@ void Object::readObject(QDataStream &stream)
     QString name;
     stream >> name;
     if (name != className()) {
-        std::fprintf(stderr,
-                     "Object::readObject: trying to read an object of type %s, but object is of "
-                     "type %s\n",
-                     qPrintable(name), qPrintable(className()));
+        logLine("Object::readObject: trying to read an object of type ", name,
+                ", but object is of type ", className());
         return;
     }
     qint32 count = 0;
     stream >> count;
     const int have = numChildren();
     if (count != have) {
-        std::fprintf(stderr,
-                     "Object::readObject: number of children mismatches: have %d, read %d\n", have,
-                     int(count));
+        logLine("Object::readObject: number of children mismatches: have ", have, ", read ",
+                int(count));
         return;
     }
     objectFromStream(stream);

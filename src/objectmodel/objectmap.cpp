@@ -1,11 +1,11 @@
 #include "objectmap.h"
 
+#include "logging.h"
 #include "objectmap_p.h"
 
 #include <QFile>
 #include <QTextStream>
 
-#include <cstdio>
 #include <initializer_list>
 
 namespace Tolvex {
@@ -212,8 +212,7 @@ bool ObjectMap::saveToFile(const QString &path)
         return true;
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        std::fprintf(stderr, "ObjectMap::save() failed when opening '%s'\n",
-                     path.toLocal8Bit().constData());
+        logLine("ObjectMap::save() failed when opening '", path, "'");
         return false;
     }
     QTextStream out(&file);
@@ -222,8 +221,7 @@ bool ObjectMap::saveToFile(const QString &path)
     out.flush();
     // A full disk must not pass for a save: the recorded names would be lost silently.
     if (out.status() != QTextStream::Ok || !file.flush()) {
-        std::fprintf(stderr, "ObjectMap::save() failed when writing '%s'\n",
-                     path.toLocal8Bit().constData());
+        logLine("ObjectMap::save() failed when writing '", path, "'");
         return false;
     }
     m_modified = false;

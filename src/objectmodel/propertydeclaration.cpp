@@ -2,10 +2,9 @@
 
 #include "class.h"
 #include "inspector.h"
+#include "logging.h"
 #include "method.h"
 #include "property.h"
-
-#include <cstdio>
 
 namespace Tolvex {
 
@@ -105,9 +104,8 @@ void PropertyDeclaration::lazySetup() const
     Inspector *inspector = Inspector::self();
     const Class *typeClass = inspector->type(m_typeName);
     if (!typeClass) {
-        std::fprintf(stderr, "Property %s::%s has unknown type %s.\n",
-                     m_propertyClass ? qPrintable(m_propertyClass->className()) : "",
-                     qPrintable(m_name), qPrintable(m_typeName));
+        logLine("Property ", m_propertyClass ? m_propertyClass->className() : QString(),
+                "::", m_name, " has unknown type ", m_typeName, ".");
         m_type = Argument(m_name, inspector->type(UndefinedClassId), ObjectAttribute::Value());
         return;
     }
