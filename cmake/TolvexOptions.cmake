@@ -39,6 +39,12 @@ add_compile_definitions(QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
 function(tolvex_add_subsystem name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     add_library(${name} OBJECT ${ARG_SOURCES})
+    # The agent lives in other people's processes: it shows them what
+    # TOLVEX_EXPORT marks and nothing else.
+    set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET hidden
+                                             C_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_definitions(${name} PRIVATE TOLVEX_BUILDING_LIBRARY)
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}
                                               ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})

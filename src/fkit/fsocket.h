@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fhostaddress.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -29,8 +30,10 @@ public:
     };
 
     FSocket();
-    explicit FSocket(int descriptor);
-    ~FSocket();
+    // Takes over a socket that is already connected: the one operation, with
+    // the destructor, that a program hands the agent a connection by.
+    TOLVEX_EXPORT explicit FSocket(int descriptor);
+    TOLVEX_EXPORT ~FSocket();
     FSocket(const FSocket &) = delete;
     FSocket &operator=(const FSocket &) = delete;
 

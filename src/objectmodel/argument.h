@@ -2,6 +2,7 @@
 
 #include "objectattribute.h"
 #include "serializable.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -11,7 +12,7 @@ class Class;
 class Enum;
 
 // One typed slot: a parameter, a return type or a property's type.
-class Argument : public Serializable
+class TOLVEX_EXPORT Argument : public Serializable
 {
 public:
     Argument() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containerclass.h"
+#include "tolvexexport.h"
 
 #include <string>
 #include <vector>
@@ -11,7 +12,8 @@ struct ArrayClassTraits;
 
 // "Tolvex_Array": a dynamic array of objects, for values that scripts pass
 // as lists.
-class ArrayClass : public ContainerClass<ArrayClassTraits, std::vector<SharedPtr<Object>>>
+class TOLVEX_EXPORT ArrayClass
+    : public ContainerClass<ArrayClassTraits, std::vector<SharedPtr<Object>>>
 {
 public:
     ArrayClass();

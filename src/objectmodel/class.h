@@ -3,6 +3,7 @@
 #include "objectattribute.h"
 #include "serializable.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -26,7 +27,7 @@ class Property;
 // The run-time type of a wrapped native thing. Toolkit wrappers derive from
 // it, set their member counts in the constructor and create member
 // descriptors on demand through the create... operations.
-class Class : public Serializable
+class TOLVEX_EXPORT Class : public Serializable
 {
 public:
     enum OffsetType { Properties = 0, Methods = 1, Events = 3, Enums = 4 };

@@ -6,6 +6,7 @@
 #include "method.h"
 #include "property.h"
 #include "serializable.h"
+#include "tolvexexport.h"
 
 #include <QList>
 #include <QPair>
@@ -19,7 +20,7 @@ namespace Tolvex {
 // A class as the receiving side of the class stream reads it. A Class
 // itself reads nothing: the receiver rebuilds its classes with its own code
 // from what this holds. Writing it back gives the same form.
-class ClassDescription : public Serializable
+class TOLVEX_EXPORT ClassDescription : public Serializable
 {
 public:
     void writeObject(QDataStream &stream) const override;

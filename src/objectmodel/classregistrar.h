@@ -1,10 +1,12 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 namespace Tolvex {
 
 // Scope guard around a batch of class creation: the batch is announced once,
 // when the outermost guard ends, instead of once per class.
-class ClassRegistrar
+class TOLVEX_EXPORT ClassRegistrar
 {
 public:
     // Called when the outermost guard ends. The Hook installs it while it

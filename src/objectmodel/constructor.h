@@ -2,13 +2,14 @@
 
 #include "shared.h"
 #include "signature.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 class Object;
 class ObjectList;
 
-class Constructor : public Serializable
+class TOLVEX_EXPORT Constructor : public Serializable
 {
 public:
     Constructor() = default;

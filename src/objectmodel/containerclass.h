@@ -2,6 +2,7 @@
 
 #include "argument.h"
 #include "class.h"
+#include "tolvexexport.h"
 
 #include <string>
 
@@ -23,7 +24,7 @@ class Signature;
 // (`ObjectList addArguments(const NativeT::value_type &)`), and how the
 // remote form is read, given the remote class's "at" methods
 // (`void readRemote(SharedPtr<Object>, const MethodList &, NativeT *)`).
-template <typename Traits, typename NativeT> class ContainerClass : public Class
+template <typename Traits, typename NativeT> class TOLVEX_EXPORT ContainerClass : public Class
 {
 public:
     using Native = NativeT;

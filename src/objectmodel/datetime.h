@@ -1,13 +1,14 @@
 #pragma once
 
 #include "intfieldsclass.h"
+#include "tolvexexport.h"
 
 #include <iosfwd>
 
 namespace Tolvex {
 
 // A date with an optional time; a field of -1 is unset.
-struct DateTime
+struct TOLVEX_EXPORT DateTime
 {
     static constexpr int FieldCount = 6;
 
@@ -29,10 +30,10 @@ struct DateTime
     int second = -1;
 };
 
-std::ostream &operator<<(std::ostream &out, const DateTime &value);
-std::istream &operator>>(std::istream &in, DateTime &value);
+TOLVEX_EXPORT std::ostream &operator<<(std::ostream &out, const DateTime &value);
+TOLVEX_EXPORT std::istream &operator>>(std::istream &in, DateTime &value);
 
-class DateTime_class : public IntFieldsClass<DateTime>
+class TOLVEX_EXPORT DateTime_class : public IntFieldsClass<DateTime>
 {
 public:
     explicit DateTime_class(Namespace *nameSpace);

@@ -5,6 +5,7 @@
 #include "point.h"
 #include "rect.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -25,7 +26,7 @@ class UIElement;
 // A per-class policy object of a wrapper. It registers itself with the
 // DelegateFactory in its constructor, so wrappers create delegates as
 // static objects.
-class Delegate
+class TOLVEX_EXPORT Delegate
 {
 public:
     enum Type {
@@ -59,7 +60,7 @@ private:
     mutable const Delegate *m_superDelegate = nullptr;
 };
 
-class ObjectHierarchyDelegate : public Delegate
+class TOLVEX_EXPORT ObjectHierarchyDelegate : public Delegate
 {
 public:
     explicit ObjectHierarchyDelegate(const QString &className)
@@ -80,7 +81,7 @@ public:
     virtual int wrapperType(SharedPtr<Object> obj) const = 0;
 };
 
-class StaticPropertyDelegate : public Delegate
+class TOLVEX_EXPORT StaticPropertyDelegate : public Delegate
 {
 public:
     explicit StaticPropertyDelegate(const QString &className) : Delegate(className, StaticProperty)
@@ -89,7 +90,7 @@ public:
     virtual const PropertyDeclaration *property(int index) const = 0;
 };
 
-class DynamicEventDelegate : public Delegate
+class TOLVEX_EXPORT DynamicEventDelegate : public Delegate
 {
 public:
     explicit DynamicEventDelegate(const QString &className) : Delegate(className, DynamicEvent) {}
@@ -97,7 +98,7 @@ public:
     virtual const Event *event(SharedPtr<Object> obj, int index) const = 0;
 };
 
-class SerializeDelegate : public Delegate
+class TOLVEX_EXPORT SerializeDelegate : public Delegate
 {
 public:
     explicit SerializeDelegate(const QString &className) : Delegate(className, Serialize) {}
@@ -106,7 +107,7 @@ public:
     virtual QString describe(SharedPtr<Object> obj) const = 0;
 };
 
-class ConversionDelegate : public Delegate
+class TOLVEX_EXPORT ConversionDelegate : public Delegate
 {
 public:
     enum Capability {
@@ -131,7 +132,7 @@ public:
     virtual void fromBoolean(bool value, SharedPtr<Object> obj) const;
 };
 
-class CastDelegate : public Delegate
+class TOLVEX_EXPORT CastDelegate : public Delegate
 {
 public:
     explicit CastDelegate(const QString &className) : Delegate(className, Cast) {}
@@ -141,7 +142,7 @@ public:
     virtual SharedPtr<Object> castFrom(SharedPtr<Object> obj, const Class *source) const = 0;
 };
 
-class ComparisonDelegate : public Delegate
+class TOLVEX_EXPORT ComparisonDelegate : public Delegate
 {
 public:
     explicit ComparisonDelegate(const QString &className) : Delegate(className, Comparison) {}
@@ -149,7 +150,7 @@ public:
     virtual bool sameObjects(SharedPtr<Object> a, SharedPtr<Object> b) const = 0;
 };
 
-class GeometryDelegate : public Delegate
+class TOLVEX_EXPORT GeometryDelegate : public Delegate
 {
 public:
     explicit GeometryDelegate(const QString &className) : Delegate(className, Geometry) {}
@@ -163,7 +164,7 @@ public:
     virtual SharedPtr<Object> window(SharedPtr<Object> obj) const = 0;
 };
 
-class DumpObjectTreeDelegate : public Delegate
+class TOLVEX_EXPORT DumpObjectTreeDelegate : public Delegate
 {
 public:
     explicit DumpObjectTreeDelegate(const QString &className) : Delegate(className, DumpObjectTree)
@@ -182,7 +183,7 @@ public:
     virtual bool simplifiedType(SharedPtr<Object> obj, QString *type) const;
 };
 
-class WindowInteractionDelegate : public Delegate
+class TOLVEX_EXPORT WindowInteractionDelegate : public Delegate
 {
 public:
     explicit WindowInteractionDelegate(const QString &className)
@@ -203,7 +204,7 @@ public:
 };
 
 // Synthesises events; not a Delegate, it registers with the Inspector.
-class SendEventDelegate
+class TOLVEX_EXPORT SendEventDelegate
 {
 public:
     SendEventDelegate();
@@ -213,7 +214,7 @@ public:
 };
 
 // The one receiver of recorded events; a new one replaces the previous.
-class EventNotifyDelegate
+class TOLVEX_EXPORT EventNotifyDelegate
 {
 public:
     EventNotifyDelegate();
@@ -223,6 +224,6 @@ public:
 
 // The geometry delegate registered for the object's class; null for a null
 // object or a class without one. Asked at each use, never cached.
-const GeometryDelegate *geometryDelegateFor(const SharedPtr<Object> &object);
+TOLVEX_EXPORT const GeometryDelegate *geometryDelegateFor(const SharedPtr<Object> &object);
 
 } // namespace Tolvex

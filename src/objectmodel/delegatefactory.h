@@ -1,6 +1,7 @@
 #pragma once
 
 #include "delegate.h"
+#include "tolvexexport.h"
 
 #include <QMap>
 #include <QString>
@@ -12,7 +13,7 @@ namespace Tolvex {
 
 // Process-wide registry of delegates, keyed by (type, class name). It stores
 // only names, so a delegate may be registered before its class exists.
-class DelegateFactory
+class TOLVEX_EXPORT DelegateFactory
 {
 public:
     static DelegateFactory *self();

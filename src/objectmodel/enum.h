@@ -1,6 +1,7 @@
 #pragma once
 
 #include "serializable.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -10,7 +11,7 @@ namespace Tolvex {
 
 class Class;
 
-class Enum : public Serializable
+class TOLVEX_EXPORT Enum : public Serializable
 {
 public:
     struct Item

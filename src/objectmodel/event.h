@@ -2,13 +2,14 @@
 
 #include "shared.h"
 #include "signature.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 class Object;
 class ObjectList;
 
-class Event : public Serializable
+class TOLVEX_EXPORT Event : public Serializable
 {
 public:
     Event() = default;

@@ -3,6 +3,7 @@
 #include "fvector.h"
 #include "objectlist.h"
 #include "serializable.h"
+#include "tolvexexport.h"
 
 #include <QList>
 #include <QString>
@@ -20,7 +21,7 @@ class Signature;
 
 // One argument of a recorded event: a primitive's text, an object's
 // properties as sub-arguments, or an enumerator's keys.
-class EventDataArg : public Serializable
+class TOLVEX_EXPORT EventDataArg : public Serializable
 {
 public:
     enum Kind { PrimitiveKind = 0, ObjectKind = 1, EnumeratorKind = 2 };
@@ -61,7 +62,7 @@ private:
 };
 
 // One recorded event or method call, as it travels to the recorder.
-class EventData : public Serializable
+class TOLVEX_EXPORT EventData : public Serializable
 {
 public:
     enum Type { EventType = 0, MethodType = 1, CommentType = 2, FunctionType = 3, StartedType = 4 };
@@ -132,6 +133,6 @@ private:
 };
 
 // Writes an event's debug text to the hook's trace.
-void dumpEventData(const EventData &data);
+TOLVEX_EXPORT void dumpEventData(const EventData &data);
 
 } // namespace Tolvex

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 #include <QtGlobal>
 
 #include <utility>
 
 // An array that is always exactly as large as its contents: the member tables
 // of a class are sized once and read often, so spare capacity is only waste.
-template <typename T> class FVector
+template <typename T> class TOLVEX_EXPORT FVector
 {
 public:
     FVector() = default;

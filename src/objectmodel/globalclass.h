@@ -4,13 +4,14 @@
 #include "flist.h"
 #include "method.h"
 #include "property.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 class GlobalMethod;
 
 // An implementation of a global function that needs state of its own.
-class GlobalMethodInvoker
+class TOLVEX_EXPORT GlobalMethodInvoker
 {
 public:
     virtual ~GlobalMethodInvoker() = default;
@@ -19,7 +20,7 @@ public:
 };
 
 // A free function of the scripts, static by nature.
-class GlobalMethod : public Method
+class TOLVEX_EXPORT GlobalMethod : public Method
 {
 public:
     using ListFunction = SharedPtr<Object> (*)(const ObjectList &, const Class *);
@@ -42,7 +43,7 @@ private:
     RawFunction m_rawFunction = nullptr;
 };
 
-class GlobalProperty : public Property
+class TOLVEX_EXPORT GlobalProperty : public Property
 {
 public:
     using ReadFunction = SharedPtr<Object> (*)(const Class *);
@@ -61,7 +62,7 @@ private:
 
 // Class 9: the home of free functions and properties, whose members are
 // added at run time.
-class GlobalClass : public Class
+class TOLVEX_EXPORT GlobalClass : public Class
 {
 public:
     GlobalClass();

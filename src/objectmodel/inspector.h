@@ -2,6 +2,7 @@
 
 #include "fvector.h"
 #include "inspectorinterface.h"
+#include "tolvexexport.h"
 
 #include <QHash>
 
@@ -17,7 +18,7 @@ class ObjectHierarchyDelegate;
 // The virtual operations go to an implementation: the Inspector's own, on
 // this process's tables, or one a wrapper puts in its place. A few do a
 // little more on the way (see inspector.cpp).
-class Inspector : public InspectorInterface
+class TOLVEX_EXPORT Inspector : public InspectorInterface
 {
 public:
     static Inspector *self();

@@ -4,6 +4,7 @@
 #include "objectlist.h"
 #include "primitiveclassid.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 #include <QList>
 #include <QMap>
@@ -23,7 +24,7 @@ class SendEventDelegate;
 
 // The abstract face of the model's registry. Inspector implements it locally;
 // a wrapper may put another implementation behind it.
-class InspectorInterface
+class TOLVEX_EXPORT InspectorInterface
 {
 public:
     InspectorInterface();

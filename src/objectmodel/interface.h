@@ -1,13 +1,14 @@
 #pragma once
 
 #include "class.h"
+#include "tolvexexport.h"
 
 #include <string>
 
 namespace Tolvex {
 
 // A named facet of a class, registered like any class.
-class Interface : public Class
+class TOLVEX_EXPORT Interface : public Class
 {
 public:
     explicit Interface(const std::string &name);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "class.h"
+#include "tolvexexport.h"
 
 #include <QStringList>
 
@@ -15,7 +16,7 @@ namespace Tolvex {
 //
 // T provides a default value, `static constexpr int FieldCount` and
 // `int &field(int)`.
-template <typename T> class IntFieldsClass : public Class
+template <typename T> class TOLVEX_EXPORT IntFieldsClass : public Class
 {
 public:
     IntFieldsClass(const char *name, Namespace *nameSpace, QStringList fieldNames,

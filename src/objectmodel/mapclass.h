@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containerclass.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -12,7 +13,8 @@ namespace Tolvex {
 struct MapClassTraits;
 
 // "Tolvex_Map": objects by string key, filled by plain insertion.
-class MapClass : public ContainerClass<MapClassTraits, std::map<QString, SharedPtr<Object>>>
+class TOLVEX_EXPORT MapClass
+    : public ContainerClass<MapClassTraits, std::map<QString, SharedPtr<Object>>>
 {
 public:
     MapClass();

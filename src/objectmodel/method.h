@@ -4,13 +4,14 @@
 #include "flist.h"
 #include "shared.h"
 #include "signature.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 class Object;
 class ObjectList;
 
-class Method : public Serializable
+class TOLVEX_EXPORT Method : public Serializable
 {
 public:
     Method() = default;
@@ -48,7 +49,7 @@ private:
 };
 
 // The overloads of one name, most derived first.
-class MethodList : public FList<const Method *>
+class TOLVEX_EXPORT MethodList : public FList<const Method *>
 {
 public:
     // Resolution with conversion: the first overload whose every parameter
@@ -61,8 +62,8 @@ public:
     const Method *methodForArguments(const ObjectList &args) const;
 };
 
-bool verifyMethodInvocation(SharedPtr<Object> self, const Method *method);
-bool verifyMethodArgumentCount(const QString &className, const Method *method,
-                               const ObjectList &args);
+TOLVEX_EXPORT bool verifyMethodInvocation(SharedPtr<Object> self, const Method *method);
+TOLVEX_EXPORT bool verifyMethodArgumentCount(const QString &className, const Method *method,
+                                             const ObjectList &args);
 
 } // namespace Tolvex

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "class.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 // "MouseButton": carries the mask enumerator "ButtonValue" for scripts and
 // recorded events. Created by a wrapper, not by the Inspector.
-class MouseButtonClass : public Class
+class TOLVEX_EXPORT MouseButtonClass : public Class
 {
 public:
     MouseButtonClass();
@@ -17,7 +18,7 @@ private:
 };
 
 // "KeyboardModifier": carries the enumerator "Key".
-class KeyboardModifierClass : public Class
+class TOLVEX_EXPORT KeyboardModifierClass : public Class
 {
 public:
     KeyboardModifierClass();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "serializable.h"
+#include "tolvexexport.h"
 
 #include <QHash>
 #include <QString>
@@ -11,7 +12,7 @@ namespace Tolvex {
 
 class Class;
 
-class Namespace : public Serializable
+class TOLVEX_EXPORT Namespace : public Serializable
 {
 public:
     // Registers with the parent first, then takes its id from the Inspector.

@@ -3,6 +3,7 @@
 #include "objectattribute.h"
 #include "serializable.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 #include <QString>
 
@@ -18,7 +19,7 @@ class UserData;
 
 // A wrapped native thing. The object owns neither its class nor, unless
 // autoDelete is set, its data.
-class Object : public Shared, public Serializable
+class TOLVEX_EXPORT Object : public Shared, public Serializable
 {
 public:
     Object(const Class *type, void *data, const ObjectAttribute &attribute = ObjectAttribute());
@@ -120,6 +121,6 @@ private:
 
 // Marks a class name whose objects are QObjects, so that a class a wrapper
 // knows only by name finds the hierarchy delegate of "QObject".
-void tolvex_register_qobject_type(const char *className);
+TOLVEX_EXPORT void tolvex_register_qobject_type(const char *className);
 
 } // namespace Tolvex

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "serializable.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 // How a value is held: by value, by reference, through a pointer, as an array.
-class ObjectAttribute : public Serializable
+class TOLVEX_EXPORT ObjectAttribute : public Serializable
 {
 public:
     enum Flag : unsigned int {

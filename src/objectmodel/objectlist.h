@@ -2,6 +2,7 @@
 
 #include "object.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 #include <QtGlobal>
 
@@ -12,7 +13,7 @@ namespace Tolvex {
 
 // The argument and result lists of the model. at() asserts instead of
 // throwing: no exception may leave the object model.
-class ObjectList : public std::vector<SharedPtr<Object>>
+class TOLVEX_EXPORT ObjectList : public std::vector<SharedPtr<Object>>
 {
 public:
     using std::vector<SharedPtr<Object>>::vector;

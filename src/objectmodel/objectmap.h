@@ -1,6 +1,7 @@
 #pragma once
 
 #include "objectname.h"
+#include "tolvexexport.h"
 
 #include <QMap>
 #include <QString>
@@ -14,7 +15,7 @@ namespace Tolvex {
 // The map between short symbolic names (":Main.OK_Button") and real object names, in
 // both directions, with its text file form. One map exists per process: the one
 // constructed last is self().
-class ObjectMap
+class TOLVEX_EXPORT ObjectMap
 {
 public:
     explicit ObjectMap(bool ownerFlag = false);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "propertyvalue.h"
+#include "tolvexexport.h"
 
 #include <QMap>
 #include <QString>
@@ -12,26 +13,27 @@ namespace Tolvex {
 inline constexpr int MaxObjectNameNesting = 64;
 
 // Starts with '{' and ends with '}'; nothing more is checked.
-bool isMultiPropertyName(const QString &name);
+TOLVEX_EXPORT bool isMultiPropertyName(const QString &name);
 
 // Parses "{key='value' key2~='regexp' key3?='wild*' key4={nested}}". On failure the map
 // is empty and *error (if given) holds the reason; "{}" gives an empty map and no error.
-QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString *error);
+TOLVEX_EXPORT QMap<QString, PropertyValue> parseNameByProperties(const QString &name,
+                                                                 QString *error);
 
 // The canonical text: keys in ascending order, one blank between properties.
-QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &properties);
+TOLVEX_EXPORT QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &properties);
 
 // Equality of two names as text, independent of blanks and key order for
 // multi-property names.
-bool qualifiedNamesEqual(const QString &a, const QString &b);
+TOLVEX_EXPORT bool qualifiedNamesEqual(const QString &a, const QString &b);
 
 // A value as it stands between quotes: backslashes doubled, quotes escaped.
-QString escapePropertyValue(const QString &value);
+TOLVEX_EXPORT QString escapePropertyValue(const QString &value);
 
 // A name in its string form, its property form or both; the missing form is computed
 // on first need, even by const accessors, so an ObjectName must not be shared between
 // threads without a lock.
-class ObjectName
+class TOLVEX_EXPORT ObjectName
 {
 public:
     ObjectName() = default;

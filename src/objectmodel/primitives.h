@@ -2,6 +2,7 @@
 
 #include "class.h"
 #include "object.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
@@ -9,7 +10,7 @@ namespace Tolvex {
 // the native value, or to the first element of a native array whose length
 // the attribute gives (below 2 means one element).
 
-template <typename T> class PrimitiveValueObject : public Object
+template <typename T> class TOLVEX_EXPORT PrimitiveValueObject : public Object
 {
 public:
     PrimitiveValueObject(const Class *type, void *data, const ObjectAttribute &attribute)
@@ -36,7 +37,7 @@ public:
     template <typename V> void store(V value);
 };
 
-template <typename T, typename ObjectT> class PrimitiveValueClass : public Class
+template <typename T, typename ObjectT> class TOLVEX_EXPORT PrimitiveValueClass : public Class
 {
 public:
     explicit PrimitiveValueClass(const char *name);
@@ -59,57 +60,57 @@ private:
                                         bool targetIsPointer) const override;
 };
 
-class TolvexObject_short : public PrimitiveValueObject<short>
+class TOLVEX_EXPORT TolvexObject_short : public PrimitiveValueObject<short>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
-class TolvexObject_int : public PrimitiveValueObject<int>
+class TOLVEX_EXPORT TolvexObject_int : public PrimitiveValueObject<int>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
-class TolvexObject_long : public PrimitiveValueObject<long>
+class TOLVEX_EXPORT TolvexObject_long : public PrimitiveValueObject<long>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
-class TolvexObject_bool : public PrimitiveValueObject<bool>
+class TOLVEX_EXPORT TolvexObject_bool : public PrimitiveValueObject<bool>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
-class TolvexObject_double : public PrimitiveValueObject<double>
+class TOLVEX_EXPORT TolvexObject_double : public PrimitiveValueObject<double>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
-class TolvexObject_int64 : public PrimitiveValueObject<long long>
+class TOLVEX_EXPORT TolvexObject_int64 : public PrimitiveValueObject<long long>
 {
     using PrimitiveValueObject::PrimitiveValueObject;
 };
 
-class TolvexClass_short : public PrimitiveValueClass<short, TolvexObject_short>
+class TOLVEX_EXPORT TolvexClass_short : public PrimitiveValueClass<short, TolvexObject_short>
 {
 public:
     TolvexClass_short() : PrimitiveValueClass("short") {}
 };
-class TolvexClass_int : public PrimitiveValueClass<int, TolvexObject_int>
+class TOLVEX_EXPORT TolvexClass_int : public PrimitiveValueClass<int, TolvexObject_int>
 {
 public:
     TolvexClass_int() : PrimitiveValueClass("int") {}
 };
-class TolvexClass_long : public PrimitiveValueClass<long, TolvexObject_long>
+class TOLVEX_EXPORT TolvexClass_long : public PrimitiveValueClass<long, TolvexObject_long>
 {
 public:
     TolvexClass_long() : PrimitiveValueClass("long") {}
 };
-class TolvexClass_bool : public PrimitiveValueClass<bool, TolvexObject_bool>
+class TOLVEX_EXPORT TolvexClass_bool : public PrimitiveValueClass<bool, TolvexObject_bool>
 {
 public:
     TolvexClass_bool() : PrimitiveValueClass("bool") {}
 };
-class TolvexClass_double : public PrimitiveValueClass<double, TolvexObject_double>
+class TOLVEX_EXPORT TolvexClass_double : public PrimitiveValueClass<double, TolvexObject_double>
 {
 public:
     TolvexClass_double() : PrimitiveValueClass("double") {}
 };
-class TolvexClass_int64 : public PrimitiveValueClass<long long, TolvexObject_int64>
+class TOLVEX_EXPORT TolvexClass_int64 : public PrimitiveValueClass<long long, TolvexObject_int64>
 {
 public:
     TolvexClass_int64() : PrimitiveValueClass("int64") {}
@@ -117,7 +118,7 @@ public:
 
 // A char object holds a single char, a zero-terminated string (pointer
 // bit), or an array of strings (pointer and array bits, flags 18).
-class TolvexObject_char : public Object
+class TOLVEX_EXPORT TolvexObject_char : public Object
 {
 public:
     TolvexObject_char(const Class *type, void *data, const ObjectAttribute &attribute)
@@ -147,7 +148,7 @@ private:
     void setText(const QString &text);
 };
 
-class TolvexClass_char : public PrimitiveValueClass<char, TolvexObject_char>
+class TOLVEX_EXPORT TolvexClass_char : public PrimitiveValueClass<char, TolvexObject_char>
 {
 public:
     TolvexClass_char() : PrimitiveValueClass("char") {}
@@ -159,14 +160,14 @@ public:
     bool compare(SharedPtr<Object> a, SharedPtr<Object> b) const override;
 };
 
-class TolvexObject_void : public Object
+class TOLVEX_EXPORT TolvexObject_void : public Object
 {
 public:
     using Object::Object;
     QString toString() const override { return QStringLiteral("<null>"); }
 };
 
-class TolvexClass_void : public Class
+class TOLVEX_EXPORT TolvexClass_void : public Class
 {
 public:
     TolvexClass_void();
@@ -177,7 +178,7 @@ private:
 };
 
 // What an Argument's type becomes when its type name is unknown.
-class TolvexClass_undefined : public Class
+class TOLVEX_EXPORT TolvexClass_undefined : public Class
 {
 public:
     TolvexClass_undefined();

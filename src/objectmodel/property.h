@@ -2,13 +2,14 @@
 
 #include "argument.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 class Object;
 class PropertyDeclaration;
 
-class Property : public Serializable
+class TOLVEX_EXPORT Property : public Serializable
 {
 public:
     enum Flag : unsigned int { Readable = 1, Writable = 2, Stored = 4, Static = 8 };
@@ -53,6 +54,6 @@ private:
 };
 
 // The access check shared by Property and the Class entry points.
-bool verifyPropertyAccess(const SharedPtr<Object> &self, const Property *property);
+TOLVEX_EXPORT bool verifyPropertyAccess(const SharedPtr<Object> &self, const Property *property);
 
 } // namespace Tolvex

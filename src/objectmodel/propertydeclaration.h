@@ -2,6 +2,7 @@
 
 #include "argument.h"
 #include "shared.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
@@ -10,7 +11,7 @@ class Object;
 
 // A property added to a class from outside, through a StaticPropertyDelegate.
 // The name-based form resolves its type and accessors on first read.
-class PropertyDeclaration
+class TOLVEX_EXPORT PropertyDeclaration
 {
 public:
     using ReadFunction = SharedPtr<Object> (*)(SharedPtr<Object>);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 #include <QRegularExpression>
 #include <QString>
 
 namespace Tolvex {
 
 // One property value of a multi-property name, with the way it is matched.
-class PropertyValue
+class TOLVEX_EXPORT PropertyValue
 {
 public:
     // Fixed underlying types: modes and types arrive as plain ints from streams, and

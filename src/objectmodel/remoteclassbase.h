@@ -1,12 +1,13 @@
 #pragma once
 
 #include "class.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 // A class that stands for one in another process: it has no name, no
 // namespace and is never registered here.
-class RemoteClassBase : public Class
+class TOLVEX_EXPORT RemoteClassBase : public Class
 {
 public:
     explicit RemoteClassBase(int applicationContextId)

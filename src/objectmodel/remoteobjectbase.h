@@ -1,11 +1,12 @@
 #pragma once
 
 #include "object.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
 // An object that stands for one in another process; its data stays null.
-class RemoteObjectBase : public Object
+class TOLVEX_EXPORT RemoteObjectBase : public Object
 {
 public:
     RemoteObjectBase(const Class *type, unsigned int objectId)

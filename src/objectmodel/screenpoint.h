@@ -1,10 +1,11 @@
 #pragma once
 
 #include "intfieldsclass.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
-struct ScreenPoint
+struct TOLVEX_EXPORT ScreenPoint
 {
     static constexpr int FieldCount = 2;
     int &field(int i) { return i == 0 ? x : y; }
@@ -12,7 +13,7 @@ struct ScreenPoint
     int y = 0;
 };
 
-class ScreenPointClass : public IntFieldsClass<ScreenPoint>
+class TOLVEX_EXPORT ScreenPointClass : public IntFieldsClass<ScreenPoint>
 {
 public:
     explicit ScreenPointClass(Namespace *nameSpace);

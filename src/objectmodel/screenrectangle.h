@@ -1,12 +1,13 @@
 #pragma once
 
 #include "intfieldsclass.h"
+#include "tolvexexport.h"
 
 #include <QRect>
 
 namespace Tolvex {
 
-struct ScreenRectangle
+struct TOLVEX_EXPORT ScreenRectangle
 {
     static constexpr int FieldCount = 4;
     int &field(int i)
@@ -20,7 +21,7 @@ struct ScreenRectangle
     int height = 0;
 };
 
-class ScreenRectangle_class : public IntFieldsClass<ScreenRectangle>
+class TOLVEX_EXPORT ScreenRectangle_class : public IntFieldsClass<ScreenRectangle>
 {
 public:
     explicit ScreenRectangle_class(Namespace *nameSpace);
@@ -41,8 +42,8 @@ inline constexpr auto &wrapScreenRectangle = ScreenRectangle_class::wrapLocal;
 inline constexpr auto &unwrapScreenRectangle = ScreenRectangle_class::unwrapLocal;
 // The forms that go through the constructor and the properties, so they
 // work as well against a class that stands for one in another process.
-SharedPtr<Object> createRemoteScreenRectangle(const ScreenRectangle &value);
-bool unwrapRemoteScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value);
-QRect unwrapRemoteScreenRectangleAsQRect(SharedPtr<Object> obj);
+TOLVEX_EXPORT SharedPtr<Object> createRemoteScreenRectangle(const ScreenRectangle &value);
+TOLVEX_EXPORT bool unwrapRemoteScreenRectangle(SharedPtr<Object> obj, ScreenRectangle *value);
+TOLVEX_EXPORT QRect unwrapRemoteScreenRectangleAsQRect(SharedPtr<Object> obj);
 
 } // namespace Tolvex

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 class QDataStream;
 
 namespace Tolvex {
 
 // The stream form of every descriptor of the model. Metadata streams are
 // written at QDataStream version 3, big endian.
-class Serializable
+class TOLVEX_EXPORT Serializable
 {
 public:
     virtual ~Serializable() = default;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tolvexexport.h"
+
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -8,7 +10,7 @@ namespace Tolvex {
 
 // Base of everything a SharedPtr holds. The count is a plain int: the model
 // lives on one thread, and an atomic would tax every argument that is passed.
-class Shared
+class TOLVEX_EXPORT Shared
 {
 public:
     Shared() = default;
@@ -24,7 +26,7 @@ private:
 };
 
 // Intrusive pointer. A null SharedPtr is an ordinary "no object" value.
-template <typename T> class SharedPtr
+template <typename T> class TOLVEX_EXPORT SharedPtr
 {
 public:
     SharedPtr() = default;

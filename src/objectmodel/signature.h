@@ -2,10 +2,11 @@
 
 #include "argument.h"
 #include "flist.h"
+#include "tolvexexport.h"
 
 namespace Tolvex {
 
-class Signature : public FList<Argument>, public Serializable
+class TOLVEX_EXPORT Signature : public FList<Argument>, public Serializable
 {
 public:
     Signature() = default;

@@ -34,9 +34,12 @@ foreach(wanted
 endforeach()
 
 # Sockets, processes, channels, the call engine, private records and the
-# Hook's own helpers stay inside.
+# Hook's own helpers stay inside. Of the socket only what hands the agent a
+# connection the application made itself is out: FSocket(int) and the
+# destructor.
 foreach(internal
-        "FSocket::" "FProcess::" "FEnvironmentVariables::" "FHostAddress::"
+        "FSocket::connectToHost" "FSocket::readBlock" "FSocket::writeBlock" "FSocket::bind"
+        "FSocket::FSocket()" "FProcess::" "FEnvironmentVariables::" "FHostAddress::"
         "Tolvex::TCPMessageChannel" "Tolvex::AsyncIPC" "Tolvex::IPC::" "Tolvex::IPCHandshake"
         "Tolvex::ChunkedMessage" "Tolvex::MessagingServer" "Tolvex::readVariant"
         "Tolvex::HookData" "Tolvex::ClassPrivate" "Tolvex::ObjectHandles"

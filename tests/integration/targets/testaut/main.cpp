@@ -18,10 +18,35 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <memory>
 
 using CounterKit::say;
+
+namespace {
+
+// A TCP connection to host:port, or -1.
+int connectTo(const QString &host, quint16 port)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    if (fd < 0 || ::inet_pton(AF_INET, host.toLatin1().constData(), &address.sin_addr) != 1 ||
+        ::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        if (fd >= 0)
+            ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -49,14 +74,16 @@ int main(int argc, char **argv)
     CounterKit::KitWrapper *wrapper = ownedWrapper.get();
     Tolvex::Hook *hook = nullptr;
     if (args.contains(QStringLiteral("--own-socket"))) {
-        auto *socket = new FSocket;
-        if (!socket->connectToHost(qEnvironmentVariable("TOLVEX_SERVERADDRESS"),
-                                   quint16(qEnvironmentVariableIntValue("TOLVEX_PORT")))) {
+        // The application's own connection, made without the agent's help:
+        // the agent only takes over the connected descriptor.
+        const int descriptor = connectTo(qEnvironmentVariable("TOLVEX_SERVERADDRESS"),
+                                         quint16(qEnvironmentVariableIntValue("TOLVEX_PORT")));
+        if (descriptor < 0) {
             say(QStringLiteral("could not connect"));
             return 4;
         }
-        hook = Tolvex::Hook::createHookForConnection(socket, wrapper, new Tolvex::AUTProcess,
-                                                     nullptr, 0);
+        hook = Tolvex::Hook::createHookForConnection(new FSocket(descriptor), wrapper,
+                                                     new Tolvex::AUTProcess, nullptr, 0);
     } else {
         hook = Tolvex::Hook::connectAndCreateHook(wrapper, new Tolvex::AUTProcess, nullptr, 0);
     }
