@@ -17,7 +17,6 @@
 #include <QDataStream>
 #include <QEventLoop>
 #include <QThread>
-#include <QtEndian>
 
 #include <malloc.h>
 #include <zlib.h>
@@ -26,7 +25,7 @@
 #include <thread>
 
 using namespace Tolvex;
-using TolvexBench::SocketPair;
+using TestSupport::SocketPair;
 
 namespace {
 
@@ -54,6 +53,8 @@ public:
 void BM_RemoteCallRoundTrip(benchmark::State &state)
 {
     SocketPair p;
+    if (!TolvexBench::openOrSkip(state, p))
+        return;
     FSocket *serverSocket = p.b.release();
     std::thread server([serverSocket] {
         Echo echo;

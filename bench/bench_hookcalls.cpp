@@ -4,15 +4,11 @@
 //  - a bare frame ping-pong of a similar size with an echoing thread.
 // The AUT serves the call from its event loop, as it would in a test run.
 
-#include "applicationserver.h"
-#include "autlauncher.h"
+#include "autsession.h"
 #include "benchsupport.h"
 #include "ratioreporter.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
-#include <QTimer>
 
 using namespace Tolvex;
 
@@ -24,37 +20,6 @@ void BM_BareFramePingPong(benchmark::State &state)
     TolvexBench::bareFramePingPong(state, 4 + 24 + 40);
 }
 BENCHMARK(BM_BareFramePingPong)->UseRealTime();
-
-struct Reply : ResponseListener<ArgumentList>
-{
-    bool answered = false;
-    FunctionCallResult<ArgumentList> result;
-    void response(FunctionCallResult<ArgumentList> r) override
-    {
-        answered = true;
-        result = std::move(r);
-    }
-};
-
-// Answers the AUT's call, or an invalid value when it does not come. The
-// server sleeps in its event loop until the answer wakes it, as a script
-// waiting for its call does; a slow timer wakes it to check the deadline.
-QVariant call(ApplicationServer &server, const QString &function, const ArgumentList &args)
-{
-    static QTimer *heartbeat = [] {
-        auto *t = new QTimer(QCoreApplication::instance());
-        t->start(500);
-        return t;
-    }();
-    Q_UNUSED(heartbeat);
-    Reply reply;
-    if (server.call(function, args, &reply) < 0)
-        return {};
-    QDeadlineTimer deadline(10000);
-    while (!reply.answered && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    return reply.answered && reply.result.isSuccess() ? reply.result.value.value(0) : QVariant();
-}
 
 // One hooked-up AUT for the whole run, since the benchmark body runs several
 // times while the library settles on an iteration count.
@@ -71,52 +36,42 @@ public:
     int counter() const { return m_counter; }
     const char *error() const { return m_error; }
 
-    void end()
+    // The answer to a call, or an invalid value when none comes. The server
+    // sleeps in its event loop until the answer wakes it, as a script waiting
+    // for its call does.
+    QVariant call(const QString &function, const ArgumentList &args)
     {
-        if (m_launcher.isRunning()) {
-            m_server.kill();
-            QDeadlineTimer deadline(5000);
-            while (m_launcher.isRunning() && !deadline.hasExpired())
-                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            m_launcher.kill();
-        }
+        const FunctionCallResult<ArgumentList> r = m_aut.call(function, args);
+        return r.isSuccess() ? r.value.value(0) : QVariant();
     }
 
-    ApplicationServer &server() { return m_server; }
+    void end() { m_aut.end(5000); }
+
+    ApplicationServer &server() { return m_aut.server; }
 
 private:
-    Session()
+    Session() : m_aut(QStringLiteral(TESTAUT_PATH))
     {
-        if (!m_server.start()) {
+        if (!m_aut.start()) {
             m_error = "server could not listen";
             return;
         }
-        m_launcher.setProgram(QStringLiteral(TESTAUT_PATH));
-        m_launcher.setServer(QStringLiteral("127.0.0.1"), m_server.port());
-        m_launcher.setArguments({QStringLiteral("--output"), QStringLiteral("/dev/null")});
-        QDeadlineTimer deadline(15000);
-        if (!m_launcher.start()) {
+        if (!m_aut.launch()) {
             m_error = "the AUT did not start";
             return;
         }
-        while (!m_server.hasReceived(QStringLiteral("requestDescriptorData"))) {
-            if (deadline.hasExpired()) {
-                m_error = "the AUT did not hook up";
-                return;
-            }
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        if (!m_aut.waitForHookUpRequest()) {
+            m_error = "the AUT did not hook up";
+            return;
         }
-        m_server.initDone();
-        m_counter = call(m_server, QStringLiteral("objectByName"), {0, QStringLiteral("counter")})
-                        .toString()
-                        .section(QLatin1Char(','), 0, 0)
-                        .toInt();
+        m_aut.server.initDone();
+        m_counter = TestSupport::AUTSession::idOf(
+            call(QStringLiteral("objectByName"), {0, QStringLiteral("counter")}));
         if (m_counter <= 0)
             m_error = "the AUT has no counter";
     }
 
-    ApplicationServer m_server;
-    AUTLauncher m_launcher;
+    TestSupport::AUTSession m_aut;
     int m_counter = 0;
     const char *m_error = nullptr;
 };
@@ -131,7 +86,7 @@ void BM_GetPropertyRoundTrip(benchmark::State &state)
     const QString function = QStringLiteral("getProperty");
     const ArgumentList args{session.counter(), 0};
     for (auto _ : state) {
-        const QVariant v = call(session.server(), function, args);
+        const QVariant v = session.call(function, args);
         if (!v.isValid()) {
             state.SkipWithError("call failed");
             break;
@@ -140,7 +95,7 @@ void BM_GetPropertyRoundTrip(benchmark::State &state)
         // read, so the AUT's dictionary stays the same size. A send has no
         // answer, so it costs the round trip nothing to wait for.
         session.server().send(QStringLiteral("remoteObjectDestroyed"),
-                              {v.toString().section(QLatin1Char(','), 0, 0).toInt()});
+                              {TestSupport::AUTSession::idOf(v)});
     }
 }
 BENCHMARK(BM_GetPropertyRoundTrip)->UseRealTime();

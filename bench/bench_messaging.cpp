@@ -7,13 +7,12 @@
 #include "tcpmessagechannel.h"
 
 #include <QCoreApplication>
-#include <QtEndian>
 
 #include <memory>
 
 using namespace Tolvex;
-using TolvexBench::readFrame;
-using TolvexBench::SocketPair;
+using TestSupport::readFrame;
+using TestSupport::SocketPair;
 
 namespace {
 
@@ -22,8 +21,9 @@ constexpr int PayloadSize = 100;
 void BM_BareSocketPingPong(benchmark::State &state)
 {
     SocketPair p;
-    QByteArray frame(4 + PayloadSize, 'p');
-    qToBigEndian<quint32>(quint32(frame.size()), frame.data());
+    if (!TolvexBench::openOrSkip(state, p))
+        return;
+    const QByteArray frame = TestSupport::frame(QByteArray(PayloadSize, 'p'));
     char buf[4 + PayloadSize];
     for (auto _ : state) {
         p.a->writeBlock(frame.constData(), int(frame.size()));
@@ -40,6 +40,8 @@ BENCHMARK(BM_BareSocketPingPong)->UseRealTime();
 void BM_TCPMessageChannelPingPong(benchmark::State &state)
 {
     SocketPair p;
+    if (!TolvexBench::openOrSkip(state, p))
+        return;
     TCPMessageChannel a(p.a.release());
     TCPMessageChannel b(p.b.release());
     const QByteArray frame(4 + PayloadSize, 'p');

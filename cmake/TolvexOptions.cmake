@@ -28,7 +28,11 @@ if(TOLVEX_BUILD_FUZZERS)
         message(FATAL_ERROR "TOLVEX_BUILD_FUZZERS needs clang (libFuzzer)")
     endif()
     # Coverage instrumentation for the library code the fuzz targets reach.
+    # Every program linking that code needs the coverage callbacks: at link
+    # time the flag brings a runtime that has them (a sanitizer's, or UBSan's
+    # standalone one when no sanitizer is on).
     add_compile_options(-fsanitize=fuzzer-no-link)
+    add_link_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # Q_SIGNALS/Q_SLOTS/Q_EMIT instead of the bare keywords, which clash with other headers.

@@ -43,6 +43,10 @@ public:
 
     SharedPtr &operator=(const SharedPtr &o)
     {
+        // Assigning the object already held leaves its count alone rather
+        // than raising and dropping it through a path that may delete.
+        if (m_ptr == o.m_ptr)
+            return *this;
         SharedPtr copy(o);
         std::swap(m_ptr, copy.m_ptr);
         return *this;
@@ -68,12 +72,19 @@ private:
         if (m_ptr)
             ++static_cast<Shared *>(m_ptr)->m_refCount;
     }
+    // Clears the member before the count falls, so that a destructor that
+    // reaches back into this pointer finds it empty.
     void release()
     {
-        if (m_ptr && --static_cast<Shared *>(m_ptr)->m_refCount == 0)
-            delete static_cast<Shared *>(m_ptr);
-        m_ptr = nullptr;
+        Shared *p = std::exchange(m_ptr, nullptr);
+        if (p && --p->m_refCount == 0)
+            destroy(p);
     }
+    // The last release deletes out of line. Inlined, the delete lets gcc 12
+    // move the next count read of another pointer to the same object into the
+    // deleting branch, a path that cannot run, and then report it as a use
+    // after free.
+    [[gnu::noinline]] static void destroy(Shared *p) { delete p; }
 
     T *m_ptr = nullptr;
 };

@@ -1,25 +1,14 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
-
 #include <functional>
 
 namespace TestSupport {
 
-// Runs the event loop until the predicate holds or the time is up, and tells
-// which. Deferred deletes are processed on the way.
-inline bool spinUntil(const std::function<bool()> &done, int timeoutMs = 5000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return true;
-}
+// Runs the event loop until done() holds or timeoutMs pass, and tells which.
+// Between checks the thread sleeps in the loop until an event wakes it; a
+// timer wakes it every pollMs as well, for conditions that no event of this
+// process announces (a file another process writes, a child that ended).
+// Deferred deletes are processed on the way.
+bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000, int pollMs = 10);
 
 } // namespace TestSupport

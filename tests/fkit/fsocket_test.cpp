@@ -1,5 +1,6 @@
 #include "fsocket.h"
 #include "fsocketerrors_p.h"
+#include "socketpair.h"
 
 #include <gtest/gtest.h>
 
@@ -7,27 +8,7 @@
 #include <memory>
 #include <vector>
 
-namespace {
-
-// A connected pair over loopback: a listener, a client and the accepted end.
-struct LoopbackPair
-{
-    FSocket listener;
-    std::unique_ptr<FSocket> client;
-    std::unique_ptr<FSocket> server;
-
-    LoopbackPair()
-    {
-        listener.setAddressReusable(true);
-        EXPECT_TRUE(listener.bind(FHostAddress(0x7F000001), 0));
-        EXPECT_TRUE(listener.listen(5));
-        client = std::make_unique<FSocket>();
-        EXPECT_TRUE(client->connectToHost(QStringLiteral("127.0.0.1"), listener.localPort()));
-        server = std::make_unique<FSocket>(listener.accept());
-    }
-};
-
-} // namespace
+using TestSupport::SocketPair;
 
 TEST(FHostAddress, PrintsMostSignificantByteFirstAndResolvesLocalhost)
 {
@@ -73,80 +54,84 @@ TEST(FSocket, BindTwiceReportsAddressInUse)
 
 TEST(FSocket, TransfersDataAndSeesPeerClose)
 {
-    LoopbackPair p;
-    ASSERT_TRUE(p.server->isOpen());
-    EXPECT_EQ(p.client->peerPort(), p.listener.localPort());
-    EXPECT_EQ(p.server->peerPort(), p.client->localPort());
+    SocketPair p;
+    ASSERT_TRUE(p.isOpen());
+    ASSERT_TRUE(p.b->isOpen());
+    EXPECT_EQ(p.a->peerPort(), p.port);
+    EXPECT_EQ(p.b->peerPort(), p.a->localPort());
 
-    ASSERT_EQ(p.client->writeBlock("hello", 5), 5);
+    ASSERT_EQ(p.a->writeBlock("hello", 5), 5);
     bool timedOut = true;
-    EXPECT_EQ(p.server->waitForMore(2000, &timedOut), 5);
+    EXPECT_EQ(p.b->waitForMore(2000, &timedOut), 5);
     EXPECT_FALSE(timedOut);
     char buf[16] = {};
-    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), 5);
+    EXPECT_EQ(p.b->readBlock(buf, sizeof buf), 5);
     EXPECT_STREQ(buf, "hello");
 
     // Nothing to read: the wait times out.
-    EXPECT_EQ(p.server->waitForMore(20, &timedOut), 0);
+    EXPECT_EQ(p.b->waitForMore(20, &timedOut), 0);
     EXPECT_TRUE(timedOut);
 
     // A closed peer reads as readable with 0 bytes, not as a timeout.
-    p.client->close();
-    p.client->close(); // twice is harmless
-    EXPECT_EQ(p.server->waitForMore(2000, &timedOut), 0);
+    p.a->close();
+    p.a->close(); // twice is harmless
+    EXPECT_EQ(p.b->waitForMore(2000, &timedOut), 0);
     EXPECT_FALSE(timedOut);
-    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), 0);
-    EXPECT_FALSE(p.server->isOpen());
-    EXPECT_EQ(p.server->peerPort(), 0);
-    EXPECT_EQ(p.server->readBlock(buf, sizeof buf), -1);
-    EXPECT_EQ(p.server->waitForMore(10), -1);
-    EXPECT_EQ(p.server->bytesAvailable(), -1);
+    EXPECT_EQ(p.b->readBlock(buf, sizeof buf), 0);
+    EXPECT_FALSE(p.b->isOpen());
+    EXPECT_EQ(p.b->peerPort(), 0);
+    EXPECT_EQ(p.b->readBlock(buf, sizeof buf), -1);
+    EXPECT_EQ(p.b->waitForMore(10), -1);
+    EXPECT_EQ(p.b->bytesAvailable(), -1);
 }
 
 TEST(FSocket, NonBlockingWriteIntoFullBufferReturnsZero)
 {
-    LoopbackPair p;
-    p.client->setSendBufferSize(4096);
-    p.client->setBlocking(false);
-    EXPECT_FALSE(p.client->isBlocking());
+    SocketPair p;
+    ASSERT_TRUE(p.isOpen());
+    p.a->setSendBufferSize(4096);
+    p.a->setBlocking(false);
+    EXPECT_FALSE(p.a->isBlocking());
     std::vector<char> chunk(65536, 'x');
     int total = 0;
     int r = 1;
     for (int i = 0; i < 10000 && r > 0; ++i) {
-        r = p.client->writeBlock(chunk.data(), int(chunk.size()));
+        r = p.a->writeBlock(chunk.data(), int(chunk.size()));
         total += r > 0 ? r : 0;
     }
     EXPECT_EQ(r, 0);
-    EXPECT_EQ(p.client->error(), FSocket::NoError);
+    EXPECT_EQ(p.a->error(), FSocket::NoError);
     EXPECT_GT(total, 0);
 }
 
 TEST(FSocket, ResetConnectionClosesOnRead)
 {
-    LoopbackPair p;
-    p.client->writeBlock("x", 1);
+    SocketPair p;
+    ASSERT_TRUE(p.isOpen());
+    p.a->writeBlock("x", 1);
     // Closing with unread data makes the kernel send a reset to the peer.
     char buf[4];
-    ASSERT_EQ(p.server->waitForMore(2000), 1);
-    p.server->writeBlock("abc", 3);
-    ASSERT_EQ(p.client->waitForMore(2000), 3);
-    p.client.reset(); // closes with 3 unread bytes -> RST
-    p.server->waitForMore(2000);
-    int r = p.server->readBlock(buf, 1); // the "x"
+    ASSERT_EQ(p.b->waitForMore(2000), 1);
+    p.b->writeBlock("abc", 3);
+    ASSERT_EQ(p.a->waitForMore(2000), 3);
+    p.a.reset(); // closes with 3 unread bytes -> RST
+    p.b->waitForMore(2000);
+    int r = p.b->readBlock(buf, 1); // the "x"
     EXPECT_EQ(r, 1);
-    r = p.server->readBlock(buf, sizeof buf);
+    r = p.b->readBlock(buf, sizeof buf);
     EXPECT_EQ(r, 0);
-    EXPECT_FALSE(p.server->isOpen());
+    EXPECT_FALSE(p.b->isOpen());
 }
 
 TEST(FSocket, WaitForDisconnectedSeesPeerGoAndTimesOutOtherwise)
 {
-    LoopbackPair p;
-    EXPECT_FALSE(p.server->waitForDisconnected(50));
-    p.client->writeBlock("leftover", 8);
-    p.client->shutdown();
-    EXPECT_TRUE(p.server->waitForDisconnected(2000));
-    EXPECT_FALSE(p.server->isOpen());
+    SocketPair p;
+    ASSERT_TRUE(p.isOpen());
+    EXPECT_FALSE(p.b->waitForDisconnected(50));
+    p.a->writeBlock("leftover", 8);
+    p.a->shutdown();
+    EXPECT_TRUE(p.b->waitForDisconnected(2000));
+    EXPECT_FALSE(p.b->isOpen());
 }
 
 TEST(FSocket, InvalidSocketRefusesEverything)

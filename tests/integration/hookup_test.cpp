@@ -2,8 +2,7 @@
 // over TCP to the server side.
 #include "applicationserver.h"
 #include "autlauncher.h"
-#include "autsession.h"
-#include "eventloop.h"
+#include "hookuptest.h"
 #include "primitiveclassid.h"
 
 #include <QDir>
@@ -14,11 +13,10 @@
 #include <gtest/gtest.h>
 
 using namespace Tolvex;
-using TestSupport::spinUntil;
 
 namespace {
 
-using namespace AUTSession;
+using namespace Integration;
 
 TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
 {
@@ -53,22 +51,22 @@ TEST_F(HookUpTest, ConversationHoldsTheAUTUntilInitDoneAndServesCallsMeanwhile)
 
     // A call while the AUT waits is answered, and answering it does not let
     // the AUT run on.
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("notServedYet"), {1, QStringLiteral("x")}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    ASSERT_TRUE(reply.waitForAnswer(WaitMs));
     EXPECT_TRUE(reply.result.isSuccess()) << qPrintable(reply.result.error);
     // A send the agent does not serve yet is ignored without harm.
     ASSERT_GE(server.send(QStringLiteral("notServedYet")), 0);
-    ReplyCatcher second;
+    ReplyCatcher<> second;
     ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &second), 0);
-    ASSERT_TRUE(spinUntil([&] { return second.answered; }, WaitMs));
+    ASSERT_TRUE(second.waitForAnswer(WaitMs));
     EXPECT_FALSE(output().contains(QStringLiteral("hook-up complete"))) << qPrintable(output());
     EXPECT_TRUE(launcher.isRunning());
 
     ASSERT_GE(server.initDone(), 0);
     ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
     ASSERT_TRUE(
-        spinUntil([&] { return messagesNamed(QStringLiteral("log")).size() == 2; }, WaitMs));
+        waitUntil([&] { return messagesNamed(QStringLiteral("log")).size() == 2; }, WaitMs));
     const ApplicationServer::Message completed = messagesNamed(QStringLiteral("log")).at(1);
     ASSERT_EQ(completed.args.size(), 2);
     EXPECT_EQ(completed.args.at(0).toInt(), AUTLauncher::DefaultRunnerId);
@@ -101,9 +99,9 @@ TEST_F(HookUpTest, ExitWaitWhileRecordingEndsOnlyByExitDoneOrKill)
     ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
     // Round trips prove the AUT is serving messages inside its exit wait.
     for (int i = 0; i < 3; ++i) {
-        ReplyCatcher reply;
+        ReplyCatcher<> reply;
         ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
-        ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+        ASSERT_TRUE(reply.waitForAnswer(WaitMs));
     }
     EXPECT_TRUE(launcher.isRunning());
     EXPECT_FALSE(output().contains(QStringLiteral("event loop finished")));
@@ -119,9 +117,9 @@ TEST_F(HookUpTest, KillDuringTheExitWaitReleasesIt)
     launch({QStringLiteral("--quit-after"), QStringLiteral("50")});
     hookUpFully();
     ASSERT_TRUE(waitForMessage(QStringLiteral("appAboutToExit"))) << qPrintable(output());
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    ASSERT_TRUE(reply.waitForAnswer(WaitMs));
     EXPECT_TRUE(launcher.isRunning());
     ASSERT_GE(server.kill(), 0);
     expectCleanExit();
@@ -138,9 +136,9 @@ TEST_F(HookUpTest, AttachedTestsExitDoneDoesNotEndTheExitWait)
     hookUpFully();
     ASSERT_TRUE(waitForOutput(QStringLiteral("exitDone received at depth 1")))
         << qPrintable(output());
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    ASSERT_TRUE(reply.waitForAnswer(WaitMs));
     EXPECT_TRUE(launcher.isRunning());
     EXPECT_FALSE(output().contains(QStringLiteral("event loop finished")));
     ASSERT_GE(server.kill(), 0);
@@ -186,9 +184,9 @@ TEST_F(HookUpTest, BadFramesDuringHookUpDoNotHurtTheAUT)
     ASSERT_TRUE(server.sendRaw(junkFrame(aut, 2, junk)));
 
     // Still waiting, still serving, and initDone still ends the wait.
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("notServedYet"), {}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs)) << qPrintable(output());
+    ASSERT_TRUE(reply.waitForAnswer(WaitMs)) << qPrintable(output());
     EXPECT_FALSE(output().contains(QStringLiteral("hook-up complete")));
     ASSERT_GE(server.initDone(), 0);
     ASSERT_TRUE(waitForOutput(QStringLiteral("hook-up complete"))) << qPrintable(output());
@@ -238,7 +236,7 @@ TEST_F(HookUpTest, CloseLeavesTheAUTRunningWithoutItsHook)
     launch({QStringLiteral("--quit-when-unhooked")});
     hookUpFully();
     ASSERT_GE(server.close(), 0);
-    ASSERT_TRUE(spinUntil([&] { return !server.isClientConnected(); }, WaitMs));
+    ASSERT_TRUE(waitUntil([&] { return !server.isClientConnected(); }, WaitMs));
     ASSERT_TRUE(waitForOutput(QStringLiteral("hook gone"))) << qPrintable(output());
     expectCleanExit();
     // It left through its own event loop, and no exit protocol ran.

@@ -1,7 +1,7 @@
 // What a test script, a recorder and a spy do to a live AUT over TCP:
 // readiness with the tester's names, name reuse, recording, event handlers
 // with callbacks, asynchronous wrapper calls and classes made late.
-#include "autsession.h"
+#include "hookuptest.h"
 
 #include "eventdata.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace AUTSession;
+using namespace Integration;
 
 class ScriptTest : public HookUpTest
 {
@@ -35,7 +35,7 @@ protected:
     {
         const qsizetype before = messagesNamed(QStringLiteral("answer")).size();
         send("requestAnswer");
-        ASSERT_TRUE(spinUntil(
+        ASSERT_TRUE(waitUntil(
             [&] { return messagesNamed(QStringLiteral("answer")).size() > before; }, WaitMs));
     }
 
@@ -46,7 +46,7 @@ protected:
 
     bool waitForCount(const char *function, qsizetype n)
     {
-        return spinUntil([&] { return count(function) >= n; }, WaitMs);
+        return waitUntil([&] { return count(function) >= n; }, WaitMs);
     }
 
     // The texts of the "log" broadcasts, each with the id it was logged for.
@@ -110,9 +110,9 @@ TEST_F(ScriptTest, ReadinessNamesTheObjectAsTheTesterKnowsIt)
     EXPECT_EQ(idOf(call("objectReady", {QStringLiteral(":counter")})), counterId);
 
     // The second form shares the first one's wrong-count words.
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("objectReady2"), {counterId, 1}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    ASSERT_TRUE(reply.waitForAnswer(WaitMs));
     EXPECT_FALSE(reply.result.value.value(0).isValid());
     EXPECT_TRUE(waitForOutput(
         QStringLiteral("Hook::handleCall: F_ObjectReady: wrong number of arguments")));
@@ -167,7 +167,7 @@ TEST_F(ScriptTest, RecordedEventsAndLogsReachTheRecorderOrTheRunner)
     send("setRecorderId", {7});
     call("installEventHandler3", {QStringLiteral("click"), QStringLiteral("c")});
     ASSERT_TRUE(
-        spinUntil([&] { return logs().contains(QStringLiteral("7 clickCounter")); }, WaitMs))
+        waitUntil([&] { return logs().contains(QStringLiteral("7 clickCounter")); }, WaitMs))
         << qPrintable(logs().join(QLatin1Char('|')));
     EXPECT_EQ(count("recordEvent"), 2);
     EXPECT_EQ(logs().filter(QStringLiteral("clickCounter")),

@@ -1,13 +1,15 @@
 // A server that stops reading, reads a trickle, or goes away in the middle of
 // a message of many frames, against a real AUT process: the AUT may lose its
 // agent, as the protocol says, but it never crashes and carries on.
-#include "autsession.h"
+#include "hookuptest.h"
 
 #include "fhostaddress.h"
 #include "fsocket.h"
 #include "messageframes.h"
 
+#include <QFile>
 #include <QRandomGenerator>
+#include <QTemporaryDir>
 
 #include <atomic>
 #include <chrono>
@@ -16,7 +18,7 @@
 
 namespace {
 
-using namespace AUTSession;
+using namespace Integration;
 
 // Sits between the AUT and the server and passes what the AUT writes on at
 // 64 KB every 100 ms, the way a slow reader takes it; the other direction
@@ -119,14 +121,14 @@ TEST_F(SlowPeerTest, AServerThatStopsReadingDuringALargeReplyCostsTheAgentNotThe
     launch({QStringLiteral("--quit-when-unhooked")});
     hookUpFully();
     const QString path = writeFile(QStringLiteral("large.bin"), 8 * 1024 * 1024);
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("testDataGet"), {path}, &reply), 0);
 
     // This thread is the server: while it sleeps nothing is read, the AUT's
     // writes fill the buffers, and after its 10 s limit the AUT gives up.
     std::this_thread::sleep_for(std::chrono::seconds(12));
 
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, WaitMs));
+    ASSERT_TRUE(waitUntil([&] { return reply.answered; }, WaitMs));
     EXPECT_TRUE(reply.result.isError());
     ASSERT_TRUE(waitForOutput(QStringLiteral("hook gone"))) << qPrintable(output());
     expectCleanExit();
@@ -143,10 +145,10 @@ TEST_F(SlowPeerTest, AServerThatReadsATrickleGetsTheWholeReplyAndTheAUTStaysHook
     launch({QStringLiteral("--quit-when-unhooked")});
     hookUpFully();
     const QString path = writeFile(QStringLiteral("trickle.bin"), 2 * 1024 * 1024);
-    ReplyCatcher reply;
+    ReplyCatcher<> reply;
     ASSERT_GE(server.call(QStringLiteral("testDataGet"), {path}, &reply), 0);
 
-    ASSERT_TRUE(spinUntil([&] { return reply.answered; }, 60000));
+    ASSERT_TRUE(waitUntil([&] { return reply.answered; }, 60000));
     ASSERT_TRUE(reply.result.isSuccess()) << qPrintable(reply.result.error);
     EXPECT_EQ(reply.result.value.value(0).toByteArray(), m_contents);
     EXPECT_GT(call("getPID", {}).toInt(), 0);

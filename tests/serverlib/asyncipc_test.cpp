@@ -1,6 +1,6 @@
 #include "asyncipc.h"
 #include "directmessagechannel.h"
-#include "eventloop.h"
+#include "replycatcher.h"
 
 #include <QDataStream>
 #include <QIODevice>
@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <optional>
 
 using namespace Tolvex;
 using namespace TestSupport;
@@ -69,17 +68,6 @@ public:
     void connectionClosed() override { ++closed; }
 };
 
-struct Listener : ResponseListener<ArgumentList>
-{
-    std::optional<FunctionCallResult<ArgumentList>> result;
-    int calls = 0;
-    void response(FunctionCallResult<ArgumentList> r) override
-    {
-        ++calls;
-        result = std::move(r);
-    }
-};
-
 // A client (address 5) and a server (address 1) on a direct pair.
 struct Bus
 {
@@ -133,18 +121,17 @@ QByteArray body(const QString &function, const ArgumentList &args)
 TEST(AsyncIPC, CallsRepliesAndErrorsInBothDirections)
 {
     Bus bus;
-    Listener echo, failing, sync;
+    ReplyCatcher<> echo, failing, sync;
     const int id = bus.client->asyncCall(
         QStringLiteral("echo"), {42, QStringLiteral("text"), QByteArray("\0\1", 2)}, &echo);
     EXPECT_GT(id, 0);
     EXPECT_FALSE(bus.client->isCallCompleted(id));
     bus.client->asyncCall(QStringLiteral("fail"), {}, &failing);
-    ASSERT_TRUE(spinUntil([&] { return echo.result && failing.result; }));
+    ASSERT_TRUE(waitUntil([&] { return echo.answered && failing.answered; }));
     EXPECT_TRUE(bus.client->isCallCompleted(id));
-    ASSERT_TRUE(echo.result->isSuccess());
-    EXPECT_EQ(echo.result->value,
-              (ArgumentList{42, QStringLiteral("text"), QByteArray("\0\1", 2)}));
-    EXPECT_EQ(failing.result->error, QStringLiteral("nope"));
+    ASSERT_TRUE(echo.result.isSuccess());
+    EXPECT_EQ(echo.result.value, (ArgumentList{42, QStringLiteral("text"), QByteArray("\0\1", 2)}));
+    EXPECT_EQ(failing.result.error, QStringLiteral("nope"));
     EXPECT_EQ(bus.serverHandler.seen.size(), 0); // both were taken over by callRequest
 
     // Server to client, with the default asynchronous handleCall answering at
@@ -153,8 +140,8 @@ TEST(AsyncIPC, CallsRepliesAndErrorsInBothDirections)
     bus.server->asyncCall(5, QStringLiteral("sync"), {}, &sync, 50);
     ASSERT_EQ(bus.clientHandler.seen.size(), 1);
     EXPECT_EQ(bus.clientHandler.seen[0].sender, 1u);
-    ASSERT_TRUE(spinUntil([&] { return sync.result.has_value(); }));
-    EXPECT_EQ(sync.result->error, QStringLiteral("Call timeout"));
+    ASSERT_TRUE(sync.waitForAnswer());
+    EXPECT_EQ(sync.result.error, QStringLiteral("Call timeout"));
     EXPECT_EQ(echo.calls, 1);
 }
 
@@ -178,7 +165,7 @@ TEST(AsyncIPC, AddressFilterSendsAndBroadcasts)
 
 TEST(AsyncIPC, BadFramesAreReportedAndTheEndpointGoesOn)
 {
-    Listener ok; // outlives the endpoints, which tell it on their way out
+    ReplyCatcher<> ok; // outlives the endpoints, which tell it on their way out
     Bus bus;
     QList<QByteArray> replies;
     QObject::connect(bus.serverChannel, &AsyncMessageChannel::messageArrived,
@@ -250,14 +237,14 @@ TEST(AsyncIPC, BadFramesAreReportedAndTheEndpointGoesOn)
 TEST(AsyncIPC, CancelTimeoutPeerGoneAndClose)
 {
     Bus bus;
-    Listener cancelled, timedOut, toSeven, toServer, closing;
+    ReplyCatcher<> cancelled, timedOut, toSeven, toServer, closing;
     const int id = bus.client->asyncCall(QStringLiteral("echo"), {1}, &cancelled);
     bus.client->cancelAsyncCall(id);
     EXPECT_TRUE(bus.client->isCallCompleted(id));
     bus.client->asyncCall(1, QStringLiteral("never"), {}, &timedOut, 30);
-    ASSERT_TRUE(spinUntil([&] { return timedOut.result.has_value(); }));
-    EXPECT_EQ(timedOut.result->error, QStringLiteral("Call timeout"));
-    spinUntil([] { return false; }, 50);
+    ASSERT_TRUE(timedOut.waitForAnswer());
+    EXPECT_EQ(timedOut.result.error, QStringLiteral("Call timeout"));
+    waitUntil([] { return false; }, 50);
     EXPECT_EQ(cancelled.calls, 0); // its reply came and was dropped
 
     // Peer 7 goes: only calls addressed to it fail.
@@ -270,9 +257,9 @@ TEST(AsyncIPC, CancelTimeoutPeerGoneAndClose)
     h.msgType = PeerGoneMessage;
     h.source = 7;
     bus.rawToClient(h);
-    ASSERT_TRUE(toSeven.result.has_value());
-    EXPECT_EQ(toSeven.result->error, QStringLiteral("Peer gone"));
-    EXPECT_FALSE(toServer.result.has_value());
+    ASSERT_TRUE(toSeven.answered);
+    EXPECT_EQ(toSeven.result.error, QStringLiteral("Peer gone"));
+    EXPECT_FALSE(toServer.answered);
     h.source = 8; // nothing pending for 8: still announced
     bus.rawToClient(h);
     EXPECT_EQ(gone, (QList<FUInt32>{7, 8}));
@@ -282,38 +269,38 @@ TEST(AsyncIPC, CancelTimeoutPeerGoneAndClose)
     int closedSignals = 0;
     QObject::connect(bus.client, &AsyncIPC::connectionClosed, [&] { ++closedSignals; });
     bus.client->closeSocket();
-    ASSERT_TRUE(toServer.result.has_value());
-    EXPECT_EQ(toServer.result->error, QStringLiteral("Connection closed"));
+    ASSERT_TRUE(toServer.answered);
+    EXPECT_EQ(toServer.result.error, QStringLiteral("Connection closed"));
     EXPECT_EQ(closedSignals, 0);
     EXPECT_EQ(bus.clientHandler.closed, 0);
 
     // A call on the closed channel.
     EXPECT_EQ(bus.client->asyncCall(QStringLiteral("late"), {}, &closing), -1);
-    EXPECT_TRUE(closing.result->error ==
+    EXPECT_TRUE(closing.result.error ==
                     QStringLiteral("Call failed: Failed enqueing message chunk") ||
-                closing.result->error == QStringLiteral("Channel closed"))
-        << closing.result->error.toStdString();
+                closing.result.error == QStringLiteral("Channel closed"))
+        << closing.result.error.toStdString();
     EXPECT_EQ(bus.client->send(QStringLiteral("late"), {}), -1);
 }
 
 TEST(AsyncIPC, PeerEndingTheChannelAndEndpointDestroyedFailPendingCalls)
 {
     Bus bus;
-    Listener a, b;
+    ReplyCatcher<> a, b;
     bus.server->asyncCall(5, QStringLiteral("never"), {}, &a);
     bus.client->asyncCall(QStringLiteral("never"), {}, &b);
     int closedSignals = 0;
     QObject::connect(bus.client, &AsyncIPC::connectionClosed, [&] { ++closedSignals; });
     // The channel ending by itself, as a socket's end would.
     Q_EMIT bus.client->channel()->channelClosed();
-    ASSERT_TRUE(b.result.has_value());
-    EXPECT_EQ(b.result->error, QStringLiteral("Connection closed by peer"));
+    ASSERT_TRUE(b.answered);
+    EXPECT_EQ(b.result.error, QStringLiteral("Connection closed by peer"));
     EXPECT_EQ(closedSignals, 1);
     EXPECT_EQ(bus.clientHandler.closed, 1);
 
     delete bus.server;
-    ASSERT_TRUE(a.result.has_value());
-    EXPECT_EQ(a.result->error, QStringLiteral("IPC destroyed"));
+    ASSERT_TRUE(a.answered);
+    EXPECT_EQ(a.result.error, QStringLiteral("IPC destroyed"));
     bus.server = nullptr;
 }
 

@@ -1,8 +1,11 @@
 #include "directmessagechannel.h"
 #include "eventloop.h"
-#include "loopback.h"
 #include "nullmessagechannel.h"
+#include "socketpair.h"
 #include "tcpmessagechannel.h"
+
+#include <QCoreApplication>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +25,7 @@ struct ChannelAndPeer
 
     ChannelAndPeer() : channel(new TCPMessageChannel(pair.a.release())), peer(*pair.b)
     {
+        EXPECT_TRUE(pair.isOpen());
         QObject::connect(channel, &AsyncMessageChannel::messageArrived,
                          [this](const QByteArray &m) { received << m; });
         QObject::connect(channel, &AsyncMessageChannel::channelClosed, [this] { ++closedSignals; });
@@ -50,16 +54,16 @@ TEST(TCPMessageChannel, FramesSplitOverManyReadsAndManyFramesInOneRead)
     // whole, in order, prefix included.
     qsizetype pos = 0;
     for (; pos < 40; ++pos) {
-        writeAll(t.peer, stream.mid(pos, 1));
+        ASSERT_TRUE(writeAll(t.peer, stream.mid(pos, 1)));
         ASSERT_TRUE(t.channel->dispatchMessages() || !t.received.isEmpty());
     }
     while (pos < stream.size()) {
-        writeAll(t.peer, stream.mid(pos, 4099));
+        ASSERT_TRUE(writeAll(t.peer, stream.mid(pos, 4099)));
         pos += 4099;
-        spinUntil([&] { return t.channel->socket()->bytesAvailable() == 0; }, 1000);
+        waitUntil([&] { return t.channel->socket()->bytesAvailable() == 0; }, 1000);
         t.channel->dispatchMessages();
     }
-    ASSERT_TRUE(spinUntil([&] { return t.received.size() == 4; }));
+    ASSERT_TRUE(waitUntil([&] { return t.received.size() == 4; }));
     EXPECT_EQ(t.received[0], frame(payload(10, 'x')));
     EXPECT_EQ(t.received[1].size(), 4); // an empty payload is a legal frame
     EXPECT_EQ(t.received[2], frame(big));
@@ -68,8 +72,8 @@ TEST(TCPMessageChannel, FramesSplitOverManyReadsAndManyFramesInOneRead)
 
     // Several frames in one write, delivered by the notifier in one drain.
     t.received.clear();
-    writeAll(t.peer, frame("one") + frame("two") + frame("three"));
-    ASSERT_TRUE(spinUntil([&] { return t.received.size() == 3; }));
+    ASSERT_TRUE(writeAll(t.peer, frame("one") + frame("two") + frame("three")));
+    ASSERT_TRUE(waitUntil([&] { return t.received.size() == 3; }));
     EXPECT_EQ(t.received[2].mid(4), QByteArray("three"));
 }
 
@@ -79,8 +83,8 @@ TEST(TCPMessageChannel, SizePrefixBelowFourClosesTheChannel)
         ChannelAndPeer t;
         QByteArray prefix(4, '\0');
         qToBigEndian<quint32>(bad, prefix.data());
-        writeAll(t.peer, frame("ok") + prefix + frame("never"));
-        ASSERT_TRUE(spinUntil([&] { return t.closedSignals == 1; })) << "size " << bad;
+        ASSERT_TRUE(writeAll(t.peer, frame("ok") + prefix + frame("never")));
+        ASSERT_TRUE(waitUntil([&] { return t.closedSignals == 1; })) << "size " << bad;
         ASSERT_EQ(t.received.size(), 1);
         EXPECT_FALSE(t.channel->isOpen());
         // The cached peer stays readable after the socket has gone.
@@ -93,9 +97,9 @@ TEST(TCPMessageChannel, PeerDisconnectIsSignalledAndDeliberateCloseIsSilent)
 {
     {
         ChannelAndPeer t;
-        writeAll(t.peer, frame("last words"));
+        ASSERT_TRUE(writeAll(t.peer, frame("last words")));
         t.peer.close();
-        ASSERT_TRUE(spinUntil([&] { return t.closedSignals == 1; }));
+        ASSERT_TRUE(waitUntil([&] { return t.closedSignals == 1; }));
         ASSERT_EQ(t.received.size(), 1);
         EXPECT_FALSE(t.channel->isOpen());
         const auto r = t.channel->waitForSingleMessage(100);
@@ -125,14 +129,15 @@ TEST(TCPMessageChannel, PeerDisconnectIsSignalledAndDeliberateCloseIsSilent)
 TEST(TCPMessageChannel, HandlerDeletingTheChannelStopsTheDrain)
 {
     SocketPair pair;
+    ASSERT_TRUE(pair.isOpen());
     auto *channel = new TCPMessageChannel(pair.a.release());
     int delivered = 0;
     QObject::connect(channel, &AsyncMessageChannel::messageArrived, [&](const QByteArray &) {
         ++delivered;
         delete channel;
     });
-    writeAll(*pair.b, frame("1") + frame("2") + frame("3"));
-    ASSERT_TRUE(spinUntil([&] { return delivered > 0; }));
+    ASSERT_TRUE(writeAll(*pair.b, frame("1") + frame("2") + frame("3")));
+    ASSERT_TRUE(waitUntil([&] { return delivered > 0; }));
     QCoreApplication::processEvents();
     EXPECT_EQ(delivered, 1);
 }
@@ -140,7 +145,7 @@ TEST(TCPMessageChannel, HandlerDeletingTheChannelStopsTheDrain)
 TEST(TCPMessageChannel, WaitForSingleMessageReturnsBufferedFramesFirstAndTimesOut)
 {
     ChannelAndPeer t;
-    writeAll(t.peer, frame("a") + frame("b"));
+    ASSERT_TRUE(writeAll(t.peer, frame("a") + frame("b")));
     auto r = t.channel->waitForSingleMessage(2000);
     ASSERT_TRUE(r.isSuccess()) << r.error.toStdString();
     EXPECT_EQ(r.value.mid(4), QByteArray("a"));

@@ -2,8 +2,9 @@
 #include "eventloop.h"
 #include "ipchandshake.h"
 #include "ipchandshaker.h"
-#include "loopback.h"
 #include "messageheader.h"
+#include "socketpair.h"
+#include "tcpmessagechannel.h"
 #include "tcpmessagingserver.h"
 
 #include <QDataStream>
@@ -164,7 +165,7 @@ TEST(Handshake, EventDrivenOverDirectChannelsWithHandshaker)
     EXPECT_EQ(accepted[0].runnerId, 77);
     EXPECT_EQ(handshaker.pendingChannelCount(), 0);
     // The handshake removes itself, and never the channel.
-    EXPECT_TRUE(spinUntil([&] { return alive.isNull(); }));
+    EXPECT_TRUE(waitUntil([&] { return alive.isNull(); }));
     EXPECT_TRUE(clientEnd->isOpen());
     delete clientEnd;
     delete serverEnd;
@@ -184,7 +185,7 @@ TEST(Handshake, TimeoutsAndClosedChannels)
                              error = r.error;
                          });
         hs->startDelayed(10);
-        ASSERT_TRUE(spinUntil([&] { return !error.isEmpty(); }));
+        ASSERT_TRUE(waitUntil([&] { return !error.isEmpty(); }));
         EXPECT_EQ(error, QStringLiteral("Handshake timeout"));
         delete clientEnd;
         delete silent;
@@ -209,6 +210,7 @@ TEST(Handshake, TimeoutsAndClosedChannels)
     // that ends its side.
     {
         SocketPair pair;
+        ASSERT_TRUE(pair.isOpen());
         TCPMessageChannel channel(pair.a.release());
         auto r = IPCHandshake::synchronous(client(QStringLiteral("c")), &channel, 50);
         EXPECT_EQ(r.error, QStringLiteral("Timeout expired during handshake"));
@@ -283,7 +285,7 @@ TEST(Handshake, TcpServerAdmitsAndRefusesClients)
 
     {
         ThreadClient first(server.port(), QStringLiteral("first"));
-        ASSERT_TRUE(spinUntil([&] { return first.finished.load(); }));
+        ASSERT_TRUE(waitUntil([&] { return first.finished.load(); }));
         ASSERT_TRUE(first.result.isSuccess()) << first.result.error.toStdString();
         EXPECT_EQ(first.result.value.appId, 1001);
     }
@@ -295,20 +297,20 @@ TEST(Handshake, TcpServerAdmitsAndRefusesClients)
     handshaker.refusal = QStringLiteral("Runner unknown");
     {
         ThreadClient second(server.port(), QStringLiteral("second"));
-        ASSERT_TRUE(spinUntil([&] { return second.finished.load(); }));
+        ASSERT_TRUE(waitUntil([&] { return second.finished.load(); }));
         EXPECT_EQ(second.result.error, QStringLiteral("Runner unknown"));
     }
-    ASSERT_TRUE(spinUntil([&] { return rejected.size() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return rejected.size() == 1; }));
     EXPECT_EQ(rejected[0], QStringLiteral("Runner unknown"));
 
     // A client that connects and vanishes mid-handshake is rejected cleanly.
     {
         auto ch = TCPMessageChannel::connectTo(QStringLiteral("127.0.0.1"), server.port());
         ASSERT_TRUE(ch.isSuccess());
-        ASSERT_TRUE(spinUntil([&] { return handshaker.pendingChannelCount() == 1; }));
+        ASSERT_TRUE(waitUntil([&] { return handshaker.pendingChannelCount() == 1; }));
         delete ch.value;
     }
-    ASSERT_TRUE(spinUntil([&] { return rejected.size() == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return rejected.size() == 2; }));
     EXPECT_EQ(rejected[1], QStringLiteral("Connection closed during handshake"));
     EXPECT_EQ(handshaker.pendingChannelCount(), 0);
     ASSERT_FALSE(channels[0].isNull());

@@ -1,7 +1,7 @@
-#include "eventloop.h"
 #include "fsocket.h"
 #include "ipc.h"
 #include "ipchandshaker.h"
+#include "replycatcher.h"
 #include "tcpmessagingserver.h"
 
 #include <QEventLoop>
@@ -12,7 +12,6 @@
 
 #include <atomic>
 #include <future>
-#include <optional>
 
 using namespace Tolvex;
 using namespace TestSupport;
@@ -287,27 +286,19 @@ TEST(IPC, ConnectToRefusedPortGivesTheReason)
 TEST(IPC, EventDrivenConnectHandsOverAWorkingEndpoint)
 {
     ServerThread server;
-    struct Connecting : ResponseListener<AsyncIPC *>
-    {
-        std::optional<FunctionCallResult<AsyncIPC *>> result;
-        void response(FunctionCallResult<AsyncIPC *> r) override { result = r; }
-    } listener, refused;
+    ReplyCatcher<AsyncIPC *> listener, refused;
 
     AsyncIPC::connectTo(QStringLiteral("127.0.0.1"), server.port,
                         ClientData{0, 3, 4, QStringLiteral("async")}, &listener);
-    ASSERT_TRUE(spinUntil([&] { return listener.result.has_value(); }));
-    ASSERT_TRUE(listener.result->isSuccess()) << listener.result->error.toStdString();
-    std::unique_ptr<AsyncIPC> ipc(listener.result->value);
+    ASSERT_TRUE(listener.waitForAnswer());
+    ASSERT_TRUE(listener.result.isSuccess()) << listener.result.error.toStdString();
+    std::unique_ptr<AsyncIPC> ipc(listener.result.value);
     EXPECT_EQ(ipc->appId(), 12);
 
-    struct Reply : ResponseListener<ArgumentList>
-    {
-        std::optional<FunctionCallResult<ArgumentList>> result;
-        void response(FunctionCallResult<ArgumentList> r) override { result = r; }
-    } reply;
+    ReplyCatcher<> reply;
     ASSERT_GT(ipc->asyncCall(QStringLiteral("echo"), {QStringLiteral("over the loop")}, &reply), 0);
-    ASSERT_TRUE(spinUntil([&] { return reply.result.has_value(); }));
-    EXPECT_EQ(reply.result->value, ArgumentList{QStringLiteral("over the loop")});
+    ASSERT_TRUE(reply.waitForAnswer());
+    EXPECT_EQ(reply.result.value, ArgumentList{QStringLiteral("over the loop")});
 
     quint16 freePort = 0;
     {
@@ -316,6 +307,6 @@ TEST(IPC, EventDrivenConnectHandsOverAWorkingEndpoint)
         freePort = probe.localPort();
     }
     AsyncIPC::connectTo(QStringLiteral("127.0.0.1"), freePort, ClientData{}, &refused);
-    ASSERT_TRUE(refused.result.has_value()); // no handshake starts
-    EXPECT_TRUE(refused.result->error.endsWith(QStringLiteral("Connection refused")));
+    ASSERT_TRUE(refused.answered); // no handshake starts
+    EXPECT_TRUE(refused.result.error.endsWith(QStringLiteral("Connection refused")));
 }

@@ -6,8 +6,8 @@
 #include "asyncipc.h"
 #include "chunkedmessage.h"
 #include "eventloop.h"
-#include "loopback.h"
 #include "messageframes.h"
+#include "socketpair.h"
 #include "tcpmessagechannel.h"
 
 #include <QDataStream>
@@ -111,10 +111,12 @@ QByteArray readReply(const QByteArray &stream, int transId)
     return values.value(0).toByteArray();
 }
 
-void writeFrames(FSocket &s, const QList<QByteArray> &frames)
+bool writeFrames(FSocket &s, const QList<QByteArray> &frames)
 {
     for (const QByteArray &f : frames)
-        writeAll(s, f);
+        if (!writeAll(s, f))
+            return false;
+    return true;
 }
 
 } // namespace
@@ -124,12 +126,12 @@ TEST(PeerFaults, AReplyToAPeerThatStopsReadingGivesUpAndTheEndpointGoesQuietly)
     EndpointAndPeer t;
     // Incompressible, and far more than loopback buffers hold.
     t.handler.answer = randomBytes(24 * 1024 * 1024, 1);
-    writeFrames(t.peer, callFrames(QStringLiteral("big"), {}, 1));
+    ASSERT_TRUE(writeFrames(t.peer, callFrames(QStringLiteral("big"), {}, 1)));
 
     // The call is served from the notifier; its answer blocks in the channel
     // until the stall limit, the connection ends, and the handler deletes the
     // endpoint while the reply's frames are still being written.
-    EXPECT_TRUE(spinUntil([&] { return t.handler.closed == 1; }, 20000));
+    EXPECT_TRUE(waitUntil([&] { return t.handler.closed == 1; }, 20000));
     EXPECT_EQ(t.handler.calls, QStringList{QStringLiteral("big")});
     EXPECT_TRUE(t.handler.ipc.isNull());
 }
@@ -172,7 +174,7 @@ TEST(PeerFaults, APeerThatReadsATrickleGetsTheWholeReplyAndTheEndpointGoesOn)
     // writer really waits on the reader.
     t.peer.setReceiveBufferSize(64 * 1024);
     t.handler.answer = randomBytes(3 * 1024 * 1024, 3);
-    writeFrames(t.peer, callFrames(QStringLiteral("big"), {}, 1));
+    ASSERT_TRUE(writeFrames(t.peer, callFrames(QStringLiteral("big"), {}, 1)));
 
     // 64 KB at a time with pauses, until the reply's last frame is in: each
     // frame gets through well inside the stall limit, however long the
@@ -201,7 +203,7 @@ TEST(PeerFaults, APeerThatReadsATrickleGetsTheWholeReplyAndTheEndpointGoesOn)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     });
-    EXPECT_TRUE(spinUntil([&] { return !t.handler.calls.isEmpty(); }, 20000));
+    EXPECT_TRUE(waitUntil([&] { return !t.handler.calls.isEmpty(); }, 20000));
     reader.join();
 
     EXPECT_EQ(readReply(received, 1), t.handler.answer);
@@ -230,7 +232,7 @@ TEST(PeerFaults, APeerClosingWhileALongSendIsUnderWayEndsTheConnectionOnce)
     closer.join();
     EXPECT_EQ(id, -1);
     // The write error leaves the channel to the read side, which sees the end.
-    EXPECT_TRUE(spinUntil([&] { return t.handler.closed == 1; }, 5000));
+    EXPECT_TRUE(waitUntil([&] { return t.handler.closed == 1; }, 5000));
     EXPECT_TRUE(t.handler.ipc.isNull());
 }
 
@@ -244,9 +246,9 @@ TEST(PeerFaults, APeerThatStopsOrLeavesInsideAnIncomingMessageIsForgotten)
     // Stalls after the first frame: the endpoint keeps serving other traffic.
     {
         EndpointAndPeer t;
-        writeAll(t.peer, frames.first());
-        writeFrames(t.peer, small);
-        EXPECT_TRUE(spinUntil([&] { return t.handler.calls.contains(QStringLiteral("small")); }));
+        ASSERT_TRUE(writeAll(t.peer, frames.first()));
+        ASSERT_TRUE(writeFrames(t.peer, small));
+        EXPECT_TRUE(waitUntil([&] { return t.handler.calls.contains(QStringLiteral("small")); }));
         EXPECT_EQ(t.handler.calls, QStringList{QStringLiteral("small")});
         EXPECT_EQ(t.handler.closed, 0);
     }
@@ -254,11 +256,11 @@ TEST(PeerFaults, APeerThatStopsOrLeavesInsideAnIncomingMessageIsForgotten)
     // call is dropped with the endpoint, and its handler never hears of it.
     for (const QByteArray &tail : {QByteArray(), frames.at(1).left(5000)}) {
         EndpointAndPeer t;
-        writeAll(t.peer, frames.first());
+        ASSERT_TRUE(writeAll(t.peer, frames.first()));
         if (!tail.isEmpty())
-            writeAll(t.peer, tail);
+            ASSERT_TRUE(writeAll(t.peer, tail));
         t.peer.close();
-        EXPECT_TRUE(spinUntil([&] { return t.handler.closed == 1; }));
+        EXPECT_TRUE(waitUntil([&] { return t.handler.closed == 1; }));
         EXPECT_TRUE(t.handler.calls.isEmpty());
         EXPECT_TRUE(t.handler.ipc.isNull());
     }
