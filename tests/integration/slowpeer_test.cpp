@@ -6,9 +6,9 @@
 #include "fhostaddress.h"
 #include "fsocket.h"
 #include "messageframes.h"
+#include "randombytes.h"
 
 #include <QFile>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 
 #include <atomic>
@@ -99,9 +99,7 @@ protected:
     // A file of incompressible bytes in the test's own directory.
     QString writeFile(const QString &name, qsizetype size)
     {
-        QByteArray bytes(size, '\0');
-        QRandomGenerator rng{quint32(size)};
-        rng.fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / 4);
+        const QByteArray bytes = TestSupport::randomBytes(size, quint32(size));
         const QString path = m_files.filePath(name);
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
@@ -164,8 +162,7 @@ protected:
     {
         launch({QStringLiteral("--quit-when-unhooked")});
         hookUpFully();
-        QByteArray junk(100 * 1024, '\0');
-        QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(junk.data()), junk.size() / 4);
+        const QByteArray junk = TestSupport::randomBytes(100 * 1024, 7);
         frames = TestSupport::callFrames(AsyncIPC::ServerAddress, server.clientAddress(),
                                          QStringLiteral("numClasses"), {junk}, 1000);
         ASSERT_GT(frames.size(), 2);

@@ -7,13 +7,13 @@
 #include "chunkedmessage.h"
 #include "eventloop.h"
 #include "messageframes.h"
+#include "randombytes.h"
 #include "socketpair.h"
 #include "tcpmessagechannel.h"
 
 #include <QDataStream>
 #include <QDeadlineTimer>
 #include <QPointer>
-#include <QRandomGenerator>
 
 #include <gtest/gtest.h>
 
@@ -27,14 +27,6 @@ namespace {
 constexpr unsigned AgentAddress = 5;
 constexpr unsigned PeerAddress = 1;
 constexpr int StallLimitMs = 300;
-
-QByteArray randomBytes(qsizetype n, quint32 seed)
-{
-    QByteArray b(n, '\0');
-    QRandomGenerator rng(seed);
-    rng.fillRange(reinterpret_cast<quint32 *>(b.data()), n / 4);
-    return b;
-}
 
 // Answers "big" with a body too large for the socket buffers, and deletes
 // its endpoint when the connection ends.
