@@ -249,8 +249,9 @@ TEST(PeerFaults, APeerThatStopsOrLeavesInsideAnIncomingMessageIsForgotten)
     for (const QByteArray &tail : {QByteArray(), frames.at(1).left(5000)}) {
         EndpointAndPeer t;
         ASSERT_TRUE(writeAll(t.peer, frames.first()));
-        if (!tail.isEmpty())
+        if (!tail.isEmpty()) {
             ASSERT_TRUE(writeAll(t.peer, tail));
+        }
         t.peer.close();
         EXPECT_TRUE(waitUntil([&] { return t.handler.closed == 1; }));
         EXPECT_TRUE(t.handler.calls.isEmpty());
