@@ -3,7 +3,8 @@
 namespace Tolvex {
 
 // A screen point. Point<1> is in native screen coordinates, Point<2> in
-// logical ones; the parameter keeps the two from being mixed up.
+// logical ones; the parameter keeps the two from being mixed up. The screen
+// is -1, the whole desktop, wherever this system makes a point.
 template <int Space> struct Point
 {
     Point() = default;
@@ -15,6 +16,7 @@ template <int Space> struct Point
     int x = 0;
     int y = 0;
     bool valid = false;
+    int screen = -1;
 };
 
 } // namespace Tolvex

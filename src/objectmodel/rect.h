@@ -21,6 +21,8 @@ template <int Space> struct Rect
     int y = 0;
     int width = -1;
     int height = -1;
+    // -1, the whole desktop, wherever this system makes a rectangle.
+    int screen = -1;
 };
 
 } // namespace Tolvex
