@@ -15,6 +15,7 @@
 
 using namespace Tolvex;
 using TestPlatform::RecordingNative;
+using TestPlatform::RecordingPlugin;
 
 namespace {
 
@@ -27,19 +28,6 @@ struct Catch : ResponseListener<NativeInterface::ExtraKeys>
         ++answers;
         result = std::move(r);
     }
-};
-
-// A plug-in around a recording interface.
-class RecordingPlugin : public PlatformPlugin
-{
-public:
-    QString name() const override { return QStringLiteral("recording"); }
-    NativeInterface *nativeInterface() override { return &native; }
-    WidgetHighlighter *widgetHighlighter() override { return &highlighter; }
-    FunctionCallResult<WindowManager *> windowManager() override { return nullptr; }
-
-    RecordingNative native;
-    NullWidgetHighlighter highlighter;
 };
 
 // Runs each call on a thread of its own, as a toolkit wrapper would on its

@@ -5,6 +5,8 @@
 // above it is checked against the list.
 
 #include "nativeinterface.h"
+#include "platformplugin.h"
+#include "widgethighlighter.h"
 
 #include <QSet>
 #include <QStringList>
@@ -39,7 +41,9 @@ public:
     }
     FunctionCallResult<Point<1>> pointerPosition() override
     {
-        record(QStringLiteral("position?"));
+        const FunctionCallResult<void> asked = record(QStringLiteral("position?"));
+        if (asked.isError())
+            return FunctionCallResult<Point<1>>::failure(asked.error);
         return Point<1>(3, 4);
     }
     FunctionCallResult<void> pointerButton(MouseButton::Value button, bool press, Point<1>,
@@ -156,6 +160,19 @@ private:
             return FunctionCallResult<void>::failure(QStringLiteral("failed: ") + call);
         return {};
     }
+};
+
+// A plug-in around a recording interface.
+class RecordingPlugin : public PlatformPlugin
+{
+public:
+    QString name() const override { return QStringLiteral("recording"); }
+    NativeInterface *nativeInterface() override { return &native; }
+    WidgetHighlighter *widgetHighlighter() override { return &highlighter; }
+    FunctionCallResult<WindowManager *> windowManager() override { return nullptr; }
+
+    RecordingNative native;
+    NullWidgetHighlighter highlighter;
 };
 
 } // namespace TestPlatform
