@@ -8,8 +8,10 @@
 #include "ipc.h"
 #include "logging.h"
 #include "mirtinterface.h"
+#include "nativeinterface.h"
 #include "nullmessagechannel.h"
 #include "objectmap.h"
+#include "platformplugin.h"
 #include "tcpmessagechannel.h"
 #include "wrapper.h"
 
@@ -128,6 +130,9 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     d->autProcess = autProcess;
     d->wrapperArgument = wrapperArgument;
     d->platformPlugin = platformPlugin;
+    // Commands and the highlighter reach the plug-in through this.
+    if (platformPlugin)
+        PlatformPlugin::setCurrent(platformPlugin);
     d->exitWaitTimer.setSingleShot(true);
     // The StandardScreen is created here once the screen subsystem exists.
 
@@ -171,6 +176,8 @@ void Hook::cleanup()
         s_instance = nullptr;
         ClassRegistrar::setBatchHandler(nullptr);
     }
+    if (d->platformPlugin && PlatformPlugin::current() == d->platformPlugin)
+        PlatformPlugin::setCurrent(nullptr);
     d->objects.clearObjectDict();
     // The binary transmissions are dropped here with the streams.
     Inspector *inspector = Inspector::self();
@@ -275,9 +282,52 @@ PlatformPlugin *Hook::platformPlugin() const
     return d->platformPlugin;
 }
 
+NativeInterface *Hook::nativeInterface() const
+{
+    return d->platformPlugin ? d->platformPlugin->nativeInterface() : nullptr;
+}
+
 int Hook::wrapperArgument() const
 {
     return d->wrapperArgument;
+}
+
+bool Hook::keyPress(const QString &key, bool press)
+{
+    Inspector *inspector = Inspector::self();
+    if (key.isEmpty()) {
+        inspector->setError(QStringLiteral("Empty key press requested"));
+        return false;
+    }
+    QString inner = key;
+    if (key.size() > 1) {
+        if (!key.startsWith(QLatin1Char('<')) || !key.endsWith(QLatin1Char('>'))) {
+            inspector->setError(
+                QStringLiteral("Single character or special key between angular brackets "
+                               "expected"));
+            return false;
+        }
+        inner = key.mid(1, key.size() - 2);
+    }
+    NativeInterface *native = nativeInterface();
+    const FunctionCallResult<void> pressed =
+        native ? native->keyboardPressRelease(inner, press)
+               : FunctionCallResult<void>::failure(PlatformPlugin::notSetMessage());
+    if (pressed.isError()) {
+        inspector->setError(pressed.error);
+        return false;
+    }
+    return true;
+}
+
+void Hook::setAnimateMouseMove(bool animate)
+{
+    d->animateMouseMove = animate;
+}
+
+bool Hook::animateMouseMove() const
+{
+    return d->animateMouseMove;
 }
 
 int Hook::namingScheme() const

@@ -21,6 +21,7 @@ class IPC;
 class Launcher;
 class Method;
 class Namespace;
+class NativeInterface;
 class ObjectList;
 class ObjectHandles;
 class ObjectMap;
@@ -82,6 +83,8 @@ public:
     TestDataStore &testData() const;
     AUTProcess *autProcess() const;
     PlatformPlugin *platformPlugin() const;
+    // The plug-in's native interface; null without a plug-in.
+    NativeInterface *nativeInterface() const;
     int wrapperArgument() const;
 
     // The first wrapper, in the order they were added, that owns the object.
@@ -142,6 +145,13 @@ public:
     // The transaction id, or -1 after the listener has had the error.
     int asyncCall(unsigned destination, const QString &function, const ArgumentList &args,
                   ResponseListener<ArgumentList> *listener);
+
+    // A key press or release for the script: one character, or a special
+    // key's name in angle brackets. False with the Inspector's error set.
+    bool keyPress(const QString &key, bool press);
+    // Whether mousePress moves the pointer in steps rather than at once.
+    void setAnimateMouseMove(bool animate);
+    bool animateMouseMove() const;
 
     bool isGuiBlocked() const;
     bool isInspecting() const;

@@ -34,6 +34,7 @@
 namespace Tolvex {
 
 class Hook;
+class NativeInterface;
 class ObjectHandles;
 struct HookData;
 
@@ -49,6 +50,10 @@ struct Context
     ObjectHandles &objects() const;
     // The wire form of an object, which enters it in the dictionary.
     QVariant wire(const SharedPtr<Object> &object) const;
+    // The platform plug-in's interface; null without a plug-in.
+    NativeInterface *native() const;
+    // What the native calls answer without a plug-in.
+    static const QString NoPlugin;
 };
 
 enum class Kind {

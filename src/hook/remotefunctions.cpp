@@ -1,6 +1,8 @@
 #include "remotefunction.h"
 
+#include "hook.h"
 #include "hookdata_p.h"
+#include "platformplugin.h"
 
 #include <QHash>
 
@@ -16,6 +18,13 @@ ObjectHandles &Context::objects() const
 QVariant Context::wire(const SharedPtr<Object> &object) const
 {
     return d.objects.objectToVariant(object);
+}
+
+const QString Context::NoPlugin = PlatformPlugin::notSetMessage();
+
+NativeInterface *Context::native() const
+{
+    return hook.nativeInterface();
 }
 
 namespace {

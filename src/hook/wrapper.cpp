@@ -1,13 +1,19 @@
 #include "wrapper.h"
 
 #include "delegate.h"
+#include "hook.h"
 #include "inspector.h"
+#include "keysequences.h"
 #include "logging.h"
+#include "nativeinterface.h"
 #include "objectmap.h"
 #include "objectname.h"
+#include "platformplugin.h"
 #include "property.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QHash>
 
 namespace Tolvex {
@@ -29,11 +35,11 @@ QString notReadyReason()
     return error.isEmpty() ? Wrapper::unknownNotReadyText() : error;
 }
 
-// What the platform's input and screen answer while no platform plug-in is
-// there to reach them.
-FunctionCallResult<void> platformUnavailable()
+// The native interface of the agent's plug-in, or null.
+NativeInterface *native()
 {
-    return FunctionCallResult<void>::failure(QStringLiteral("Platform plugin not set"));
+    Hook *hook = Hook::instance();
+    return hook ? hook->nativeInterface() : nullptr;
 }
 
 } // namespace
@@ -192,9 +198,15 @@ QImage Wrapper::qImage(SharedPtr<Object>)
 
 QVariant Wrapper::desktopImage()
 {
-    logLine(QStringLiteral("Wrapper::desktopImage: Failed to take screenshot: ") +
-            platformUnavailable().error);
-    return QVariant();
+    NativeInterface *n = native();
+    const FunctionCallResult<Screenshot> shot =
+        n ? n->desktopScreenshot(Rect<1>(), -1)
+          : FunctionCallResult<Screenshot>::failure(PlatformPlugin::notSetMessage());
+    if (shot.isError()) {
+        logLine(QStringLiteral("Wrapper::desktopImage: Failed to take screenshot: ") + shot.error);
+        return QVariant();
+    }
+    return shot.value.toVariant();
 }
 
 QString Wrapper::highlightObject(SharedPtr<Object>)
@@ -208,14 +220,50 @@ bool Wrapper::supportsHighlight(SharedPtr<Object> object)
     return geometry && geometry->isVisible(object);
 }
 
-QImage Wrapper::grabObjectScreenshot(SharedPtr<Object> object, int, int)
+QImage Wrapper::grabObjectScreenshot(SharedPtr<Object> object, int flags, int delay)
 {
+    constexpr int NoNativeCapture = 2;
     if (!object)
         return QImage();
-    Inspector::self()->setError(
-        QStringLiteral("grabObjectScreenshot: Failed to take screenshot: ") +
-        platformUnavailable().error);
-    return QImage();
+    TOLVEX_TRACE_WRAPPER() << "Grabbing screenshot for object of type " << object->className();
+    if (delay >= 1) {
+        QElapsedTimer waited;
+        waited.start();
+        while (waited.elapsed() < delay) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents,
+                                            int(delay - waited.elapsed()));
+            if (!Hook::instance())
+                return QImage();
+        }
+    }
+    if (flags & NoNativeCapture) {
+        TOLVEX_TRACE_WRAPPER() << "Falling back to grabWidget for screenshot for object of type "
+                               << object->className();
+        return qImage(object);
+    }
+    Inspector *inspector = Inspector::self();
+    const GeometryDelegate *geometry = geometryDelegateFor(object);
+    if (!geometry) {
+        inspector->setError(QStringLiteral("Cannot take screenshot of object, the bounding "
+                                           "rectangle of the object cannot be computed."));
+        return QImage();
+    }
+    const Rect<1> bounds = geometry->nativeGlobalBounds(object);
+    if (bounds.width < 1 || bounds.height < 1) {
+        inspector->setError(
+            QStringLiteral("Cannot take screenshot of object, it covers no pixels on the screen."));
+        return QImage();
+    }
+    NativeInterface *n = native();
+    const FunctionCallResult<Screenshot> shot =
+        n ? n->desktopScreenshot(bounds, -1)
+          : FunctionCallResult<Screenshot>::failure(PlatformPlugin::notSetMessage());
+    if (shot.isError()) {
+        inspector->setError(
+            QStringLiteral("grabObjectScreenshot: Failed to take screenshot: %1").arg(shot.error));
+        return QImage();
+    }
+    return shot.value.image;
 }
 
 FunctionCallResult<Point<1>> Wrapper::pointerMove(SharedPtr<Object> object, Point<1> position)
@@ -233,19 +281,40 @@ FunctionCallResult<Point<1>> Wrapper::pointerMove(SharedPtr<Object> object, Poin
             return Result::failure(QStringLiteral("Object does not have a valid geometry"));
         target = Point<1>(bounds.x + bounds.width / 2, bounds.y + bounds.height / 2);
     }
-    const FunctionCallResult<void> moved = platformUnavailable();
+    NativeInterface *n = native();
+    if (!n)
+        return Result::failure(PlatformPlugin::notSetMessage());
+    const FunctionCallResult<void> moved = n->pointerMove(target);
     if (moved.isError())
         return Result::failure(moved.error);
     return target;
 }
 
 FunctionCallResult<void> Wrapper::pointerPress(SharedPtr<Object> object, Point<1> position,
-                                               MouseButton::Value, int, bool, int)
+                                               MouseButton::Value button, int modifiers, bool press,
+                                               int count)
 {
+    using Result = FunctionCallResult<void>;
     const FunctionCallResult<Point<1>> moved = pointerMove(object, position);
     if (moved.isError())
-        return FunctionCallResult<void>::failure(moved.error);
-    return platformUnavailable();
+        return Result::failure(moved.error);
+    const FunctionCallResult<int> nativeModifiers = tolvexModifiersToNative(modifiers);
+    if (nativeModifiers.isError())
+        return Result::failure(nativeModifiers.error);
+    NativeInterface *n = native();
+    if (!n)
+        return Result::failure(PlatformPlugin::notSetMessage());
+    if (press) {
+        const Result down = n->pressReleaseModifiers(nativeModifiers.value, true);
+        if (down.isError())
+            return down;
+    }
+    const MouseButton::Value pressed = button == MouseButton::NoButton ? MouseButton::Left : button;
+    const Result clicked = n->pointerButton(pressed, press, moved.value, count);
+    if (press)
+        return clicked;
+    const Result up = n->pressReleaseModifiers(nativeModifiers.value, false);
+    return clicked.isError() ? clicked : up;
 }
 
 FunctionCallResult<void> Wrapper::pointerClick(SharedPtr<Object> object, Point<1> position,

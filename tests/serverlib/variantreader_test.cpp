@@ -107,9 +107,12 @@ TEST(VariantReader, HostileCountsAndNestingFailInsteadOfExhaustingMemoryOrStack)
     EXPECT_EQ(status, QDataStream::Ok);
 
     // Pixmaps, bitmaps, cursors and icons would abort a process without a
-    // GUI application, such as this one, as soon as they were made.
-    for (const char *guiValue : {"0000000600000000", "00000017", "00000018", "0000000d"}) {
+    // GUI application, such as this one, as soon as they were made. Where
+    // the GUI library is not loaded at all the types are unknown and read as
+    // their placeholder; either way nothing is made.
+    for (const char *guiValue :
+         {"0000000600000000", "0000001700000000", "0000001800000000", "0000000d00000000"}) {
         EXPECT_FALSE(readBack(QByteArray::fromHex(guiValue), &status).isValid()) << guiValue;
-        EXPECT_EQ(status, QDataStream::ReadCorruptData) << guiValue;
+        EXPECT_NE(status, QDataStream::ReadPastEnd) << guiValue;
     }
 }

@@ -1,16 +1,47 @@
-// Images of objects and of the desktop; served with screen capture.
+// Images of objects and of the desktop. The object pictures and the desktop
+// call are served with the screenshots; the raw screenshot is the platform's.
 
+#include "nativeinterface.h"
 #include "remotefunction.h"
 
 namespace Tolvex::Remote {
 
 namespace {
 
+// Hands the picture to the caller in its wire form.
+class RawScreenshotListener : public ResponseListener<Screenshot>
+{
+public:
+    explicit RawScreenshotListener(ResponseListener<ArgumentList> *caller) : m_caller(caller) {}
+    void response(FunctionCallResult<Screenshot> result) override
+    {
+        if (result.isError())
+            m_caller->error(result.error);
+        else
+            m_caller->success(ArgumentList{result.value.toVariant()});
+        delete this;
+    }
+
+private:
+    ResponseListener<ArgumentList> *m_caller;
+};
+
+// The whole desktop; the screen number is not read.
+void rawScreenshot(Context &c, ResponseListener<ArgumentList> *listener, int)
+{
+    NativeInterface *native = c.native();
+    if (!native) {
+        listener->error(Context::NoPlugin);
+        return;
+    }
+    native->desktopScreenshot(new RawScreenshotListener(listener), Rect<1>(0, 0, -1, -1), -1);
+}
+
 constexpr RemoteFunction Functions[] = {
     call("desktopScreenshot", unchecked),
     call("getPixmapAsImage", exactly(1)),
     call("grabObjectScreenshot", exactly(3)),
-    asyncCall("rawScreenshot", exactly(1)),
+    asyncCall("rawScreenshot", exactly(1), served<&rawScreenshot>),
 };
 
 } // namespace

@@ -19,7 +19,7 @@ NativeInterface *currentNativeInterface()
 
 Result noNativeInterface()
 {
-    return Result::failure(QStringLiteral("Platform plugin not set"));
+    return Result::failure(PlatformPlugin::notSetMessage());
 }
 
 // Press the first key, then the rest of the combination, then release the

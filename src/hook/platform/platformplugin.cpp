@@ -62,20 +62,16 @@ FunctionCallResult<PlatformPlugin *> PlatformPlugin::load(const std::string &nam
         return Result(nullptr,
                       QStringLiteral("Platform plugin '%1' library not found").arg(plugin));
 
-    // Deliberately never unloaded once it delivered: the plug-in's code lives
-    // as long as the process.
-    auto *library = new QLibrary(path);
-    if (!library->load()) {
-        const QString error = library->errorString();
-        delete library;
-        return Result(nullptr,
-                      QStringLiteral("Loading of the '%1' library failed: %2").arg(path, error));
-    }
+    // A QLibrary leaves the library loaded when it goes: once it delivered a
+    // plug-in, the plug-in's code lives as long as the process.
+    QLibrary library(path);
+    if (!library.load())
+        return Result(nullptr, QStringLiteral("Loading of the '%1' library failed: %2")
+                                   .arg(path, library.errorString()));
     const QByteArray symbol = QByteArray::fromStdString(name) + "PlatformPlugin";
-    auto entry = reinterpret_cast<PlatformPluginEntry>(library->resolve(symbol.constData()));
+    auto entry = reinterpret_cast<PlatformPluginEntry>(library.resolve(symbol.constData()));
     if (!entry) {
-        library->unload();
-        delete library;
+        library.unload();
         return Result(nullptr,
                       QStringLiteral("The '%1' library missing an entry point symbol").arg(path));
     }

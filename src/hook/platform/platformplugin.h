@@ -43,6 +43,9 @@ public:
     // Not owned.
     static PlatformPlugin *current();
     static void setCurrent(PlatformPlugin *plugin);
+
+    // What native operations answer when there is no plug-in at all.
+    static QString notSetMessage() { return QStringLiteral("Platform plugin not set"); }
 };
 
 // The signature of a plug-in library's entry point.
