@@ -75,9 +75,6 @@ FunctionCallResult<PlatformPlugin *> PlatformPlugin::load(const std::string &nam
         return Result(nullptr,
                       QStringLiteral("The '%1' library missing an entry point symbol").arg(path));
     }
-    // Kept where the process can still see it, to its end.
-    static auto *const loaded = new QList<QLibrary *>;
-    loaded->append(library);
     return entry(argument);
 }
 
