@@ -1,4 +1,5 @@
 #include "keysequences.h"
+#include "mixedtext.h"
 #include "x11testsupport.h"
 #include "xtestdisplay.h"
 
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <memory>
-#include <random>
 #include <thread>
 
 using namespace Tolvex;
@@ -20,36 +20,6 @@ using X11Test::settle;
 using X11Test::showActive;
 
 namespace {
-
-// Characters of every kind: plain and shifted ASCII, Latin-1 and beyond
-// that a US keymap lacks (more of them than it has spare keycodes), and
-// characters outside the BMP.
-QList<QString> characterKinds()
-{
-    QList<QString> kinds;
-    const QString single = QStringLiteral(
-        "abcdefghijklmnopqrstuvwxyz0123456789 ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-        "!@#$%^&*()_+{}|:\"<>?~-=[];',./\\`"
-        "\u00E4\u00F6\u00FC\u00C4\u00D6\u00DC\u00DF\u00E9\u00E8\u00E7\u00F1\u00A3\u00A5\u00A9"
-        "\u00B0\u00B1\u00B5\u20AC\u4E2D\u6587\u5B57\u65E5\u672C\u8A9E\uD55C\uAD6D\uC5B4");
-    for (const QChar c : single)
-        kinds.append(QString(c));
-    kinds.append(QStringLiteral("\U0001F600"));
-    kinds.append(QStringLiteral("\U0001F680"));
-    return kinds;
-}
-
-// A text of that many characters (not UTF-16 units), the same every run.
-QString mixedText(int characters, unsigned seed)
-{
-    const QList<QString> kinds = characterKinds();
-    std::mt19937 random(seed);
-    std::uniform_int_distribution<qsizetype> pick(0, kinds.size() - 1);
-    QString text;
-    for (int i = 0; i < characters; ++i)
-        text += kinds[pick(random)];
-    return text;
-}
 
 // Chunks of text that sendKeyEventToFocusWindow takes literally: one in
 // angle brackets would be read as a key combination.
@@ -101,7 +71,7 @@ TEST_F(X11Keyboard, TypesAThousandMixedCharactersAndKeysExactly)
     ASSERT_TRUE(native()->sendKeyEventToFocusWindow(QStringLiteral("replaced")).isSuccess());
     ASSERT_TRUE(native()->sendKeyEventToFocusWindow(QStringLiteral("<Ctrl+A>")).isSuccess());
 
-    const QString text = mixedText(1000, 7);
+    const QString text = MixedText::make(1000, 7);
     QString expected;
     int backtabs = 0;
     const QList<QString> chunks = literalChunks(text, 60);
