@@ -17,13 +17,6 @@
 
 namespace Tolvex {
 
-namespace {
-
-// Metadata and attributes travel at this stream version.
-constexpr int MetadataStreamVersion = 3;
-
-} // namespace
-
 // ---- the dictionary ----
 
 QVariant ObjectHandles::objectToVariant(const SharedPtr<Object> &object)
