@@ -1,14 +1,11 @@
 #pragma once
 
-#include <functional>
+// Tests wait the way the server side does.
+
+#include "eventwait.h"
 
 namespace TestSupport {
 
-// Runs the event loop until done() holds or timeoutMs pass, and tells which.
-// Between checks the thread sleeps in the loop until an event wakes it; a
-// timer wakes it every pollMs as well, for conditions that no event of this
-// process announces (a file another process writes, a child that ended).
-// Deferred deletes are processed on the way.
-bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000, int pollMs = 10);
+using Tolvex::waitUntil;
 
 } // namespace TestSupport

@@ -16,10 +16,15 @@ public:
 
     // With a text set, every client is refused with it.
     void setRefusal(const QString &text) { m_refusal = text; }
+    // With an id set, only a client that announces it is let in: the
+    // application this server started, not another one that happens to
+    // connect to the port.
+    void setAdmittedAppId(qint32 appId) { m_admittedAppId = appId; }
 
 private:
     qint32 m_nextAppId = 2;
     QString m_refusal;
+    qint32 m_admittedAppId = 0;
 };
 
 } // namespace Tolvex

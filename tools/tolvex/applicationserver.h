@@ -41,6 +41,9 @@ public:
     // that dies leaves its clients.
     void stop();
 
+    // Only the client that announces this application id is let in.
+    void admitOnly(qint32 appId) { m_handshaker.setAdmittedAppId(appId); }
+
     // With this off, "appAboutToExit" goes unanswered and the agent's exit
     // wait ends by its own timer or by a later exitDone().
     void setAnswerExit(bool answer) { m_answerExit = answer; }

@@ -1,11 +1,11 @@
-#include "eventloop.h"
+#include "eventwait.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
 
-namespace TestSupport {
+namespace Tolvex {
 
 bool waitUntil(const std::function<bool()> &done, int timeoutMs, int pollMs)
 {
@@ -27,4 +27,4 @@ bool waitUntil(const std::function<bool()> &done, int timeoutMs, int pollMs)
     }
 }
 
-} // namespace TestSupport
+} // namespace Tolvex

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+namespace Tolvex {
+
+// Runs the event loop until done() holds or timeoutMs pass, and tells which.
+// Between checks the thread sleeps in the loop until an event wakes it; a
+// timer wakes it every pollMs as well, for conditions that no event of this
+// process announces (a file another process writes, a child that ended).
+// Deferred deletes are processed on the way.
+bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000, int pollMs = 10);
+
+} // namespace Tolvex

@@ -1,0 +1,353 @@
+#include "remoteobject.h"
+
+#include "class.h"
+#include "primitiveclassid.h"
+#include "remoteapplication.h"
+#include "screenshot.h"
+
+namespace Tolvex {
+
+namespace {
+
+// The name under which the agent makes a primitive of an argument's type;
+// empty for a type that is not a primitive.
+QString primitiveTypeName(const Argument &argument)
+{
+    if (!argument.type())
+        return QString();
+    switch (argument.type()->id()) {
+    case ShortClassId:
+        return QStringLiteral("short");
+    case IntClassId:
+        return QStringLiteral("int");
+    case LongClassId:
+        return QStringLiteral("long");
+    case BoolClassId:
+        return QStringLiteral("bool");
+    case CharClassId:
+        return argument.isPointer() ? QStringLiteral("char*") : QStringLiteral("char");
+    case DoubleClassId:
+        return QStringLiteral("double");
+    case Int64ClassId:
+        return QStringLiteral("int64");
+    default:
+        return QString();
+    }
+}
+
+// A wire form turned into a value: primitives as themselves, with the
+// agent's handle given back; other objects as they are.
+FunctionCallResult<QVariant> valueOf(RemoteApplication *application, const QVariant &wire)
+{
+    using Result = FunctionCallResult<QVariant>;
+    if (!wire.isValid())
+        return Result(QVariant());
+    const RemoteObject object = application->objectFromWire(wire);
+    const char *conversion = nullptr;
+    switch (object.classId()) {
+    case ShortClassId:
+    case IntClassId:
+    case LongClassId:
+        conversion = "objectToInteger";
+        break;
+    case BoolClassId:
+        conversion = "objectToBoolean";
+        break;
+    case CharClassId:
+        conversion = "objectToString";
+        break;
+    case DoubleClassId:
+        conversion = "objectToDouble";
+        break;
+    case Int64ClassId:
+        conversion = "objectToInt64";
+        break;
+    case VoidClassId:
+        application->release(object.id());
+        return Result(QVariant());
+    default:
+        return Result(QVariant::fromValue(object));
+    }
+    const Result converted = application->value(QString::fromLatin1(conversion), {object.id()});
+    application->release(object.id());
+    return converted;
+}
+
+// The arguments as primitives of the types the signature declares.
+FunctionCallResult<QList<int>> primitivesFor(RemoteApplication *application,
+                                             const Signature &signature, const QVariantList &values,
+                                             const QString &what)
+{
+    using Result = FunctionCallResult<QList<int>>;
+    QList<int> ids;
+    for (int i = 0; i < signature.count(); ++i) {
+        const QVariant &value = values.at(i);
+        if (value.canConvert<RemoteObject>() && value.userType() == qMetaTypeId<RemoteObject>()) {
+            ids.append(value.value<RemoteObject>().id());
+            continue;
+        }
+        const QString type = primitiveTypeName(signature.at(i));
+        if (type.isEmpty())
+            return Result(ids, QStringLiteral("%1: argument %2 is of a type that only an object "
+                                              "of the application can give")
+                                   .arg(what)
+                                   .arg(i + 1));
+        const FunctionCallResult<QVariant> made =
+            application->value(QStringLiteral("createPrimitive"), {type, value});
+        if (made.isError())
+            return Result(ids, made.error);
+        ids.append(application->objectFromWire(made.value).id());
+    }
+    return Result(ids);
+}
+
+} // namespace
+
+QString RemoteObject::className() const
+{
+    const ClassDescription *c = m_application ? m_application->classes().byId(m_classId) : nullptr;
+    return c ? c->name : QString();
+}
+
+FunctionCallResult<QVariant> RemoteObject::property(const QString &name) const
+{
+    using Result = FunctionCallResult<QVariant>;
+    if (isNull())
+        return Result(QVariant(), QStringLiteral("The object is null"));
+    const Property *p = m_application->classes().property(m_classId, name);
+    if (!p)
+        return Result(QVariant(), QStringLiteral("%1 has no property '%2'; it has: %3")
+                                      .arg(className(), name,
+                                           m_application->classes().propertyNames(m_classId).join(
+                                               QStringLiteral(", "))));
+    const FunctionCallResult<ArgumentList> wire =
+        m_application->call(QStringLiteral("getProperty"), {m_id, p->id()});
+    if (wire.isError())
+        return Result(QVariant(), wire.error);
+    return valueOf(m_application, wire.value.value(0));
+}
+
+FunctionCallResult<void> RemoteObject::setProperty(const QString &name, const QVariant &value) const
+{
+    using Result = FunctionCallResult<void>;
+    if (isNull())
+        return Result::failure(QStringLiteral("The object is null"));
+    const Property *p = m_application->classes().property(m_classId, name);
+    if (!p)
+        return Result::failure(QStringLiteral("%1 has no property '%2'").arg(className(), name));
+    if (!(p->flags() & Property::Writable))
+        return Result::failure(QStringLiteral("%1.%2 cannot be written").arg(className(), name));
+    Signature signature;
+    signature.append(p->type());
+    const FunctionCallResult<QList<int>> ids =
+        primitivesFor(m_application, signature, {value}, className() + QLatin1Char('.') + name);
+    if (ids.isError())
+        return Result::failure(ids.error);
+    const FunctionCallResult<QVariant> set =
+        m_application->value(QStringLiteral("setProperty"), {m_id, p->id(), ids.value.first()});
+    m_application->release(ids.value.first());
+    if (set.isError())
+        return Result::failure(set.error);
+    if (!set.value.toBool())
+        return Result::failure(
+            QStringLiteral("%1.%2 was not set to %3").arg(className(), name, value.toString()));
+    return {};
+}
+
+FunctionCallResult<QVariant> RemoteObject::call(const QString &method,
+                                                const QVariantList &arguments) const
+{
+    using Result = FunctionCallResult<QVariant>;
+    if (isNull())
+        return Result(QVariant(), QStringLiteral("The object is null"));
+    const Method *m = m_application->classes().method(m_classId, method, int(arguments.size()));
+    if (!m)
+        return Result(QVariant(), QStringLiteral("%1 has no method '%2' that takes %3 arguments")
+                                      .arg(className(), method)
+                                      .arg(arguments.size()));
+    const FunctionCallResult<QList<int>> ids = primitivesFor(
+        m_application, m->signature(), arguments, className() + QLatin1Char('.') + method);
+    if (ids.isError())
+        return Result(QVariant(), ids.error);
+    ArgumentList args{m_id, m->id()};
+    for (int id : ids.value)
+        args.append(id);
+    const FunctionCallResult<ArgumentList> answer =
+        m_application->call(QStringLiteral("invoke"), args);
+    for (int i = 0; i < ids.value.size(); ++i)
+        if (arguments.at(i).userType() != qMetaTypeId<RemoteObject>())
+            m_application->release(ids.value.at(i));
+    if (answer.isError())
+        return Result(QVariant(), answer.error);
+    return valueOf(m_application, answer.value.value(0));
+}
+
+FunctionCallResult<QList<RemoteObject>> RemoteObject::children() const
+{
+    using Result = FunctionCallResult<QList<RemoteObject>>;
+    const FunctionCallResult<ArgumentList> answer =
+        m_application->call(QStringLiteral("objects"), {m_id});
+    if (answer.isError())
+        return Result({}, answer.error);
+    QList<RemoteObject> children;
+    for (const QString &wire : answer.value.value(0).toStringList())
+        children.append(m_application->objectFromWire(wire));
+    return Result(children);
+}
+
+FunctionCallResult<RemoteObject> RemoteObject::parent() const
+{
+    using Result = FunctionCallResult<RemoteObject>;
+    const FunctionCallResult<ArgumentList> answer =
+        m_application->call(QStringLiteral("parent"), {m_id});
+    if (answer.isError())
+        return Result(RemoteObject(), answer.error);
+    return Result(m_application->objectFromWire(answer.value.value(0)));
+}
+
+FunctionCallResult<QString> RemoteObject::realName() const
+{
+    const FunctionCallResult<QVariant> name =
+        m_application->value(QStringLiteral("qualifiedObjectName"), {m_id});
+    return FunctionCallResult<QString>(name.value.toString(), name.error);
+}
+
+FunctionCallResult<void> RemoteObject::press(bool down) const
+{
+    // Flags 1: the object is given; button and position are the defaults.
+    const FunctionCallResult<QVariant> pressed =
+        m_application->value(QStringLiteral("mousePress"), {m_id, 1, 0, 0, 0, 0, true, down});
+    if (pressed.isError())
+        return FunctionCallResult<void>::failure(pressed.error);
+    return {};
+}
+
+FunctionCallResult<void> RemoteObject::click() const
+{
+    FunctionCallResult<void> result = press(true);
+    const FunctionCallResult<void> released = press(false);
+    return result.isError() ? result : released;
+}
+
+FunctionCallResult<void> RemoteObject::doubleClick() const
+{
+    const FunctionCallResult<void> first = click();
+    return first.isError() ? first : click();
+}
+
+namespace {
+
+FunctionCallResult<void> keyPress(RemoteApplication *application, const QString &key, bool press)
+{
+    const FunctionCallResult<QVariant> sent =
+        application->value(QStringLiteral("keyPress"), {key, press});
+    if (sent.isError())
+        return FunctionCallResult<void>::failure(sent.error);
+    return {};
+}
+
+// One key or one character, down and up again.
+FunctionCallResult<void> stroke(RemoteApplication *application, const QString &key)
+{
+    const FunctionCallResult<void> down = keyPress(application, key, true);
+    const FunctionCallResult<void> up = keyPress(application, key, false);
+    return down.isError() ? down : up;
+}
+
+} // namespace
+
+FunctionCallResult<void> RemoteObject::type(const QString &text) const
+{
+    const FunctionCallResult<void> focused = click();
+    if (focused.isError())
+        return focused;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const qsizetype length = text.at(i).isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
+        const QString character = text.mid(i, length);
+        const FunctionCallResult<void> typed = stroke(
+            m_application, character == QLatin1String(" ") ? QStringLiteral("<Space>") : character);
+        if (typed.isError())
+            return typed;
+        i += length - 1;
+    }
+    return {};
+}
+
+FunctionCallResult<void> RemoteObject::key(const QString &keys) const
+{
+    const FunctionCallResult<void> focused = click();
+    if (focused.isError())
+        return focused;
+    for (qsizetype i = 0; i < keys.size();) {
+        if (keys.at(i) != QLatin1Char('<') || keys.indexOf(QLatin1Char('>'), i) < 0) {
+            const FunctionCallResult<void> typed = stroke(m_application, keys.mid(i, 1));
+            if (typed.isError())
+                return typed;
+            ++i;
+            continue;
+        }
+        // "<Ctrl+Shift+A>": the modifiers held in order around the last key.
+        const qsizetype end = keys.indexOf(QLatin1Char('>'), i);
+        const QStringList parts = keys.mid(i + 1, end - i - 1).split(QLatin1Char('+'));
+        i = end + 1;
+        const auto asKey = [](const QString &part) {
+            return part.size() == 1 ? part : QLatin1Char('<') + part + QLatin1Char('>');
+        };
+        QStringList held;
+        FunctionCallResult<void> result;
+        for (qsizetype p = 0; p + 1 < parts.size() && !result.isError(); ++p) {
+            result = keyPress(m_application, asKey(parts.at(p)), true);
+            if (!result.isError())
+                held.prepend(asKey(parts.at(p)));
+        }
+        if (!result.isError())
+            result = stroke(m_application, asKey(parts.last()));
+        for (const QString &modifier : held) {
+            const FunctionCallResult<void> released = keyPress(m_application, modifier, false);
+            if (!result.isError())
+                result = released;
+        }
+        if (result.isError())
+            return result;
+    }
+    return {};
+}
+
+FunctionCallResult<QImage> RemoteObject::screenshot() const
+{
+    using Result = FunctionCallResult<QImage>;
+    const FunctionCallResult<QVariant> bounds =
+        m_application->value(QStringLiteral("objectGlobalBounds"), {m_id});
+    if (bounds.isError())
+        return Result(QImage(), bounds.error);
+    const RemoteObject rectangle = bounds.value.value<RemoteObject>().isNull()
+                                       ? m_application->objectFromWire(bounds.value)
+                                       : bounds.value.value<RemoteObject>();
+    int geometry[4] = {};
+    const char *fields[4] = {"x", "y", "width", "height"};
+    for (int i = 0; i < 4; ++i) {
+        const FunctionCallResult<QVariant> field =
+            rectangle.property(QString::fromLatin1(fields[i]));
+        if (field.isError())
+            return Result(QImage(), field.error);
+        geometry[i] = field.value.toInt();
+    }
+    m_application->release(rectangle.id());
+    const FunctionCallResult<ArgumentList> shot =
+        m_application->call(QStringLiteral("rawScreenshot"), {0});
+    if (shot.isError())
+        return Result(QImage(), shot.error);
+    const Screenshot desktop = Screenshot::fromVariant(shot.value.value(0));
+    if (desktop.image.isNull())
+        return Result(QImage(), QStringLiteral("The application sent no picture of the screen"));
+    // The picture maps to the screen by its transform; the object's
+    // rectangle is in screen pixels.
+    const QRect inPicture = desktop.transform.inverted()
+                                .mapRect(QRect(geometry[0], geometry[1], geometry[2], geometry[3]))
+                                .intersected(desktop.image.rect());
+    if (inPicture.isEmpty())
+        return Result(QImage(), QStringLiteral("The object is not on the screen"));
+    return Result(desktop.image.copy(inPicture));
+}
+
+} // namespace Tolvex

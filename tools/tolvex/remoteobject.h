@@ -1,0 +1,65 @@
+#pragma once
+
+// One object of an application under test as a script holds it: its id in
+// the agent and its class, and what can be done with it by name.
+
+#include "argumentlist.h"
+#include "functioncallresult.h"
+
+#include <QImage>
+#include <QList>
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+namespace Tolvex {
+
+class RemoteApplication;
+
+class RemoteObject
+{
+public:
+    RemoteObject() = default;
+    RemoteObject(RemoteApplication *application, int id, int classId)
+        : m_application(application), m_id(id), m_classId(classId)
+    {}
+
+    bool isNull() const { return !m_application || m_id <= 0; }
+    int id() const { return m_id; }
+    int classId() const { return m_classId; }
+    QString className() const;
+
+    // A property's value: numbers, booleans and strings as themselves, any
+    // other object as a RemoteObject.
+    FunctionCallResult<QVariant> property(const QString &name) const;
+    FunctionCallResult<void> setProperty(const QString &name, const QVariant &value) const;
+    // A method by name and argument count, with the arguments converted to
+    // the types it declares; the result as property() gives values.
+    FunctionCallResult<QVariant> call(const QString &method,
+                                      const QVariantList &arguments = {}) const;
+
+    FunctionCallResult<QList<RemoteObject>> children() const;
+    FunctionCallResult<RemoteObject> parent() const;
+    FunctionCallResult<QString> realName() const;
+
+    // Native input at the object's centre, through the agent.
+    FunctionCallResult<void> click() const;
+    FunctionCallResult<void> doubleClick() const;
+    // Clicks the object for the keyboard, then types the text character by
+    // character.
+    FunctionCallResult<void> type(const QString &text) const;
+    // Keys as the key notation writes them: "<Return>", "<Ctrl+A>", "x".
+    FunctionCallResult<void> key(const QString &keys) const;
+    FunctionCallResult<QImage> screenshot() const;
+
+private:
+    FunctionCallResult<void> press(bool down) const;
+
+    RemoteApplication *m_application = nullptr;
+    int m_id = 0;
+    int m_classId = -1;
+};
+
+} // namespace Tolvex
+
+Q_DECLARE_METATYPE(Tolvex::RemoteObject)
