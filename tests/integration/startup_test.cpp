@@ -129,6 +129,30 @@ TEST(AgentStart, WithoutARunnerIdTheApplicationRunsAsIfNoAgentWereThere)
     }
 }
 
+TEST(AgentStart, ApplicationObjectsThatGoBeforeAnEventLoopRunsLeaveNoAgent)
+{
+    // Qt calls the start-up hook for each application object; the agent
+    // starts in the event loop of the one that runs it, once.
+    StartupSession s(QStringLiteral(PLAINWIDGETS_PATH));
+    s.prepare(preloadList(OwnRuntime));
+    s.run({QStringLiteral("--probe-application-first")});
+    s.expectHookUp(QStringLiteral("plainwidgets"));
+    EXPECT_TRUE(s.output().contains(QStringLiteral("probed 2 arguments")))
+        << qPrintable(s.output());
+    EXPECT_FALSE(waitUntil([&] { return s.server.clientCount() > 1; }, 500));
+    s.endThroughTheAgent();
+
+    // An application that ends before its event loop ever ran never had
+    // the agent, and ends as it would without it.
+    StartupSession early(QStringLiteral(PLAINWIDGETS_PATH));
+    early.prepare(preloadList(OwnRuntime));
+    early.run({QStringLiteral("--leave-before-loop")});
+    early.expectCleanExit();
+    EXPECT_TRUE(early.output().contains(QStringLiteral("bye early"))) << qPrintable(early.output());
+    EXPECT_FALSE(agentSpoke(early.output())) << qPrintable(early.output());
+    EXPECT_EQ(early.server.clientCount(), 0);
+}
+
 TEST(AgentStart, TheApplicationGoesOnWhenTheServerDiesMidSession)
 {
     StartupSession s(QStringLiteral(PLAINWIDGETS_PATH));

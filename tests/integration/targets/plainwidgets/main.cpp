@@ -2,7 +2,11 @@
 // test tool: a main window with a menu, a form and a list.
 //
 // Options:
-//   --quit-after MS   leave the event loop MS after it started
+//   --quit-after MS            leave the event loop MS after it started
+//   --probe-application-first  make and destroy a QCoreApplication first,
+//                              as programs do that read their options so
+//   --leave-before-loop        return without running the event loop,
+//                              printing "bye early"
 //
 // Prints "shown" once the window is on screen and the event loop runs, and
 // "bye <status>" when the event loop has ended.
@@ -24,6 +28,17 @@
 
 int main(int argc, char **argv)
 {
+    const auto hasOption = [argc, argv](const char *option) {
+        for (int i = 1; i < argc; ++i)
+            if (qstrcmp(argv[i], option) == 0)
+                return true;
+        return false;
+    };
+    if (hasOption("--probe-application-first")) {
+        QCoreApplication probe(argc, argv);
+        std::printf("probed %lld arguments\n", static_cast<long long>(probe.arguments().size()));
+        std::fflush(stdout);
+    }
     QApplication app(argc, argv);
 
     QMainWindow window;
@@ -62,6 +77,10 @@ int main(int argc, char **argv)
 
     window.resize(360, 320);
     window.show();
+    if (hasOption("--leave-before-loop")) {
+        std::printf("bye early\n");
+        return 0;
+    }
     QTimer::singleShot(0, &app, [] {
         std::printf("shown\n");
         std::fflush(stdout);
