@@ -6,14 +6,16 @@
 // Options:
 //   --quit-after MS   (parent) leave the event loop MS after it started
 //
-// Prints "child running <pid>" (child), "child started <pid>" (parent) and
-// "child finished <status>", "bye <status>" (parent) on the way out.
+// Prints "child running <pid>" and, once its event loop runs, "child looping
+// <pid>" (child); "child started <pid>" and on the way out "child finished
+// <status>", "bye <status>" (parent).
 #include "quitafter.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <cstdio>
 #include <unistd.h>
@@ -29,7 +31,9 @@ void say(const QByteArray &line)
 int runChild(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    say("child running " + QByteArray::number(QCoreApplication::applicationPid()));
+    const QByteArray pid = QByteArray::number(QCoreApplication::applicationPid());
+    say("child running " + pid);
+    QTimer::singleShot(0, &app, [pid] { say("child looping " + pid); });
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &app, [&input] {
         char buffer[256];
