@@ -3,6 +3,8 @@
 // plug-in, and leaves when the tool ends it.
 #include "startupsession.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -61,6 +63,33 @@ TEST_F(AgentStartOnX11, AWidgetsApplicationHooksUpAndAnswers)
     ASSERT_TRUE(s.waitForOutput(QStringLiteral("shown"))) << qPrintable(s.output());
     s.endThroughTheAgent();
     EXPECT_TRUE(s.output().contains(QStringLiteral("bye 0"))) << qPrintable(s.output());
+}
+
+TEST_F(AgentStartOnX11, WithoutItsPlugInTheAgentRunsAndSaysWhyOnce)
+{
+    // A prefix with the shim and the wrapper but no X11 plug-in.
+    QTemporaryDir prefix;
+    ASSERT_TRUE(prefix.isValid());
+    ASSERT_TRUE(QDir(prefix.path()).mkdir(QStringLiteral("lib")));
+    const QString shim = prefix.filePath(QStringLiteral("lib/libtolvexpreload.so"));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TOLVEX_SHIM_PATH), shim));
+    ASSERT_TRUE(QFile::link(QStringLiteral(TOLVEX_BUILD_PREFIX "/lib/libtolvexqt.so"),
+                            prefix.filePath(QStringLiteral("lib/libtolvexqt.so"))));
+    StartupSession s(QStringLiteral(PLAINWIDGETS_PATH));
+    onX11(s, OwnRuntime.isEmpty() ? shim : OwnRuntime + ':' + shim);
+    s.run();
+    s.expectHookUp(QStringLiteral("plainwidgets"));
+    const QString why = QStringLiteral("Platform plugin 'xlib' library not found");
+    EXPECT_EQ(s.output().count(QStringLiteral("tolvex: native input and screen capture are not "
+                                              "available: ") +
+                               why),
+              1)
+        << qPrintable(s.output());
+    // Native calls fail with that reason; the rest of the agent serves.
+    EXPECT_EQ(s.answer("getPID").toLongLong(), s.launcher.processId());
+    EXPECT_FALSE(
+        s.answer("nativeCapabilities").toStringList().contains(QStringLiteral("KeycodeSupport")));
+    s.endThroughTheAgent();
 }
 
 TEST_F(AgentStartOnX11, AQmlApplicationHooksUpAndAnswers)

@@ -11,7 +11,6 @@
 #include <QTimer>
 
 #include <cstdio>
-#include <memory>
 
 namespace Tolvex {
 
@@ -56,7 +55,8 @@ PlatformPlugin *createPlatformPlugin(QCoreApplication *app)
         const FunctionCallResult<PlatformPlugin *> loaded = PlatformPlugin::load("xlib", &argument);
         if (loaded.isSuccess() && loaded.value)
             return loaded.value;
-        whyNone = loaded.error;
+        whyNone =
+            loaded.isError() ? loaded.error : QStringLiteral("The 'xlib' library gave no plug-in");
     } else {
         whyNone = QStringLiteral("No platform plugin for the Qt platform '%1'").arg(platform);
     }
