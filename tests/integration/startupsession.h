@@ -11,6 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <optional>
+
 namespace Integration {
 
 using TestSupport::waitUntil;
@@ -52,34 +55,34 @@ public:
         ASSERT_TRUE(launchUnmodified(arguments)) << qPrintable(launcher.environment().join(' '));
     }
 
+    // The first message of that name from client index that fits, or none.
+    std::optional<Tolvex::ApplicationServer::Message>
+    messageFrom(int index, const QString &function,
+                const std::function<bool(const Tolvex::ArgumentList &)> &fits = {}) const
+    {
+        for (const auto &m : messagesNamed(function))
+            if (m.sender == server.clientAddress(index) && (!fits || fits(m.args)))
+                return m;
+        return std::nullopt;
+    }
+
     // The agent came up with the Qt wrapper, asked for its descriptors by
     // the wrapper's name, was let run, and completed its hook-up.
     void expectHookUp(const QString &clientName, int index = 0)
     {
+        const QString descriptors = QStringLiteral("requestDescriptorData");
         ASSERT_TRUE(waitUntil([&] { return server.clientCount() > index; }, WaitMs))
             << qPrintable(output());
-        ASSERT_TRUE(waitUntil(
-            [&] {
-                for (const auto &m : messagesNamed(QStringLiteral("requestDescriptorData")))
-                    if (m.sender == server.clientAddress(index))
-                        return true;
-                return false;
-            },
-            WaitMs))
+        ASSERT_TRUE(waitUntil([&] { return messageFrom(index, descriptors).has_value(); }, WaitMs))
             << qPrintable(output());
         EXPECT_EQ(server.clientData(index).clientName, clientName);
-        for (const auto &m : messagesNamed(QStringLiteral("requestDescriptorData")))
-            if (m.sender == server.clientAddress(index))
-                EXPECT_EQ(m.args.value(1).toString(), QStringLiteral("Qt"));
+        EXPECT_EQ(messageFrom(index, descriptors)->args.value(1).toString(), QStringLiteral("Qt"));
         ASSERT_GE(server.initDone(index), 0);
+        const auto completed = [](const Tolvex::ArgumentList &args) {
+            return args.value(1).toString() == CompletedLog;
+        };
         ASSERT_TRUE(waitUntil(
-            [&] {
-                for (const auto &m : messagesNamed(QStringLiteral("log")))
-                    if (m.sender == server.clientAddress(index) &&
-                        m.args.value(1).toString() == CompletedLog)
-                        return true;
-                return false;
-            },
+            [&] { return messageFrom(index, QStringLiteral("log"), completed).has_value(); },
             WaitMs))
             << qPrintable(output());
     }
