@@ -54,3 +54,51 @@ function(tolvex_add_subsystem name)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
     set_property(GLOBAL APPEND PROPERTY TOLVEX_SUBSYSTEMS ${name})
 endfunction()
+
+# Takes the sanitizers and the fuzzing instrumentation off one target, for
+# the plain C libraries that go into programs which have no sanitizer
+# runtime (the start-up shim in every process of a test run). Without moc
+# either, whose output would make it a C++ library.
+function(tolvex_without_sanitizers target)
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+    foreach(_property COMPILE_OPTIONS LINK_OPTIONS)
+        get_target_property(_options ${target} ${_property})
+        if(_options)
+            list(FILTER _options EXCLUDE REGEX "^-f(no-)?sanitize")
+            set_target_properties(${target} PROPERTIES ${_property} "${_options}")
+        endif()
+    endforeach()
+endfunction()
+
+# The sanitizers' shared runtimes that a program must preload, ahead of
+# everything else, to load this build's instrumented libraries:
+#   TOLVEX_SANITIZER_PRELOAD_FOREIGN  a program built elsewhere, without them
+#                                     (a third-party application hosting the agent)
+#   TOLVEX_SANITIZER_PRELOAD_OWN      a program of this build, whenever anything
+#                                     else is preloaded: clang links the runtime
+#                                     into each executable, gcc links the shared
+#                                     one, which then has to come first
+# Colon-separated; empty in a build without sanitizers.
+set(TOLVEX_SANITIZER_PRELOAD_FOREIGN "")
+set(TOLVEX_SANITIZER_PRELOAD_OWN "")
+if(TOLVEX_SANITIZE)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        set(_runtimes libclang_rt.asan-${CMAKE_SYSTEM_PROCESSOR}.so)
+    else()
+        set(_runtimes libasan.so libubsan.so)
+    endif()
+    set(_paths)
+    foreach(_runtime ${_runtimes})
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${_runtime}
+                        OUTPUT_VARIABLE _path OUTPUT_STRIP_TRAILING_WHITESPACE)
+        get_filename_component(_path "${_path}" REALPATH)
+        if(NOT EXISTS "${_path}")
+            message(FATAL_ERROR "The sanitizer runtime ${_runtime} is not installed")
+        endif()
+        list(APPEND _paths "${_path}")
+    endforeach()
+    string(REPLACE ";" ":" TOLVEX_SANITIZER_PRELOAD_FOREIGN "${_paths}")
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        set(TOLVEX_SANITIZER_PRELOAD_OWN "${TOLVEX_SANITIZER_PRELOAD_FOREIGN}")
+    endif()
+endif()

@@ -34,6 +34,18 @@ bool AUTSession::launch(const QStringList &arguments)
     return launcher.start();
 }
 
+bool AUTSession::launchUnmodified(const QStringList &arguments)
+{
+    launcher.setProgram(QStringLiteral("/bin/sh"));
+    launcher.setArguments(QStringList{QStringLiteral("-c"),
+                                      QStringLiteral("exec \"$@\" >>\"$0\" 2>&1"), outputPath(),
+                                      m_program} +
+                          arguments);
+    const bool started = launcher.start();
+    launcher.setProgram(m_program);
+    return started;
+}
+
 QString AUTSession::outputPath() const
 {
     return m_dir.filePath(QStringLiteral("aut.log"));
@@ -77,10 +89,10 @@ QList<ApplicationServer::Message> AUTSession::messagesNamed(const QString &funct
 }
 
 FunctionCallResult<ArgumentList> AUTSession::call(const QString &function, const ArgumentList &args,
-                                                  int timeoutMs)
+                                                  int timeoutMs, int index)
 {
     auto reply = std::make_unique<ReplyCatcher<>>();
-    if (server.call(function, args, reply.get()) < 0) {
+    if (server.call(function, args, reply.get(), index) < 0) {
         // The listener has heard why, unless there was nothing to tell.
         return reply->answered ? reply->result
                                : FunctionCallResult<ArgumentList>::failure(

@@ -31,6 +31,10 @@ public:
     bool start();
     // Starts the AUT with its output going to outputPath(), then arguments.
     bool launch(const QStringList &arguments = {});
+    // Starts a program that takes no options of ours, one that knows nothing
+    // of the agent: a shell sends its standard output and error to
+    // outputPath() and then becomes the program, under the same process id.
+    bool launchUnmodified(const QStringList &arguments = {});
 
     QString outputPath() const;
     // What the AUT wrote to its output so far.
@@ -44,10 +48,12 @@ public:
 
     QList<Tolvex::ApplicationServer::Message> messagesNamed(const QString &function) const;
 
-    // A call answered by the AUT. A call that cannot be sent or gets no answer
-    // within timeoutMs fails with a text that says so.
-    Tolvex::FunctionCallResult<Tolvex::ArgumentList>
-    call(const QString &function, const Tolvex::ArgumentList &args, int timeoutMs = WaitMs);
+    // A call answered by the AUT (the agent of client index, where several
+    // connected). A call that cannot be sent or gets no answer within
+    // timeoutMs fails with a text that says so.
+    Tolvex::FunctionCallResult<Tolvex::ArgumentList> call(const QString &function,
+                                                          const Tolvex::ArgumentList &args,
+                                                          int timeoutMs = WaitMs, int index = 0);
     // The id of an object from its wire form.
     static int idOf(const QVariant &wire);
 
