@@ -134,18 +134,24 @@ static void locateSelf(void)
         memcpy(ownDirectory, fileName, length);
         ownDirectory[length] = '\0';
     }
+    /* A relative preload path means the working directory of now; the
+     * application may change it before its application object exists. */
+    char resolved[PATH_MAX];
+    if (realpath(ownDirectory, resolved))
+        strcpy(ownDirectory, resolved);
 }
 
 static void setPrefixFromOwnPlace(void)
 {
     const char *prefix = getenv("TOLVEX_PREFIX");
-    char resolved[PATH_MAX];
-    if ((prefix && prefix[0]) || !realpath(ownDirectory, resolved))
+    if (prefix && prefix[0])
         return;
-    char *slash = strrchr(resolved, '/');
+    char above[PATH_MAX];
+    strcpy(above, ownDirectory);
+    char *slash = strrchr(above, '/');
     if (slash && strcmp(slash, "/lib") == 0) {
         *slash = '\0';
-        setenv("TOLVEX_PREFIX", resolved[0] ? resolved : "/", 1);
+        setenv("TOLVEX_PREFIX", above[0] ? above : "/", 1);
     }
 }
 
