@@ -36,13 +36,10 @@ bool AUTSession::launch(const QStringList &arguments)
 
 bool AUTSession::launchUnmodified(const QStringList &arguments)
 {
-    launcher.setProgram(QStringLiteral("/bin/sh"));
-    launcher.setArguments(QStringList{QStringLiteral("-c"),
-                                      QStringLiteral("exec \"$@\" >>\"$0\" 2>&1"), outputPath(),
-                                      m_program} +
-                          arguments);
+    launcher.setArguments(arguments);
+    launcher.setOutputFile(outputPath());
     const bool started = launcher.start();
-    launcher.setProgram(m_program);
+    launcher.setOutputFile(QString());
     return started;
 }
 

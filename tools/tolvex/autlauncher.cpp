@@ -53,6 +53,16 @@ bool AUTLauncher::start()
 {
     QStringList commandLine{m_program};
     commandLine += m_arguments;
+    // A shell puts the streams in place and becomes the program: the process
+    // id stays the program's.
+    if (!m_outputFile.isEmpty())
+        commandLine = QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+                                  QStringLiteral("exec \"$@\" >>\"$0\" 2>&1"), m_outputFile} +
+                      commandLine;
+    else if (m_outputToStandardError)
+        commandLine = QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+                                  QStringLiteral("exec \"$@\" 1>&2"), QStringLiteral("sh")} +
+                      commandLine;
     m_process.setArguments(commandLine);
     QStringList lines = environment();
     return m_process.start(&lines);

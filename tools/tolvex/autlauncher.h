@@ -28,6 +28,12 @@ public:
     // Further variables, or an empty value to remove one the parent has.
     void setEnvironmentValue(const QString &name, const QString &value);
 
+    // Where the child's standard output and error go: appended to a file,
+    // or both to this process's standard error (so that this process's own
+    // output stays its own). By default the child shares both streams.
+    void setOutputFile(const QString &path) { m_outputFile = path; }
+    void setOutputToStandardError(bool on) { m_outputToStandardError = on; }
+
     // The child's environment lines, as start() hands them over.
     QStringList environment() const;
     bool start();
@@ -47,6 +53,8 @@ private:
     int m_runnerId = DefaultRunnerId;
     int m_appId = 2;
     bool m_connect = true;
+    QString m_outputFile;
+    bool m_outputToStandardError = false;
     QMap<QString, QString> m_extra;
 };
 

@@ -3,13 +3,19 @@
 #include "appidhandshaker.h"
 #include "applicationserver.h"
 #include "autlauncher.h"
+#include "commandexecutor.h"
 #include "ipchandshake.h"
 #include "messagechannel.h"
+#include "session.h"
 #include "tcpmessagechannel.h"
 #include "tcpmessagingserver.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QTextStream>
 #include <QTimer>
@@ -169,19 +175,168 @@ int runApplication(QCoreApplication &app, const QStringList &command)
 
 } // namespace
 
+// The session named by --session (or the default one), with the option
+// taken out of the words.
+QString takeSession(QStringList *words)
+{
+    const qsizetype end = words->indexOf(QStringLiteral("--"));
+    const qsizetype at = words->indexOf(QStringLiteral("--session"));
+    if (at < 0 || (end >= 0 && at > end) || at + 1 >= words->size())
+        return QString::fromLatin1(Session::DefaultName);
+    const QString name = words->at(at + 1);
+    words->remove(at, 2);
+    return name;
+}
+
+bool asksForHelp(const QStringList &words)
+{
+    const qsizetype end = words.indexOf(QStringLiteral("--"));
+    const QStringList before = end < 0 ? words : words.mid(0, end);
+    return before.contains(QStringLiteral("--help")) || before.contains(QStringLiteral("-h"));
+}
+
+// One command of the command line, run in a session.
+int runSessionCommand(QStringList words)
+{
+    const QString command = words.first();
+    if (asksForHelp(words)) {
+        out() << CommandExecutor::help(command)
+              << "\nOptions of every command: --session NAME (default \"" << Session::DefaultName
+              << "\"), --timeout S." << Qt::endl;
+        return 0;
+    }
+    const QString session = takeSession(&words);
+    if (command == QLatin1String("launch")) {
+        const FunctionCallResult<QString> started = Session::start(session, words.mid(1));
+        if (started.isError()) {
+            err() << "tolvex launch: " << started.error << Qt::endl;
+            return 1;
+        }
+        out() << started.value << Qt::endl;
+        return 0;
+    }
+    // The session enforces the command's own time-out; this one only
+    // guards against a session that stopped answering.
+    const FunctionCallResult<QJsonObject> answer = Session::request(
+        session, {{QStringLiteral("words"), QJsonArray::fromStringList(words)}}, 30 * 60 * 1000);
+    if (answer.isError()) {
+        err() << "tolvex " << command << ": " << answer.error << Qt::endl;
+        return 1;
+    }
+    CommandOutcome outcome;
+    outcome.ok = answer.value.value(QStringLiteral("ok")).toBool();
+    outcome.value = answer.value.value(QStringLiteral("value"));
+    outcome.error = answer.value.value(QStringLiteral("error")).toString();
+    if (!outcome.ok) {
+        err() << "tolvex " << command << ": " << outcome.error << Qt::endl;
+        return 1;
+    }
+    const QString text = outcome.text();
+    if (!text.isEmpty() && text != QLatin1String("null"))
+        out() << text << Qt::endl;
+    return 0;
+}
+
+// A script: commands from a file, one a line, stopping at the first that
+// fails; or JSON requests on standard input ("-"), one JSON answer a line.
+int runScript(const QStringList &args)
+{
+    if (args.size() != 1 || asksForHelp(args)) {
+        out()
+            << "usage: tolvex script FILE | tolvex script -\n\n"
+               "Runs the commands of FILE, one a line as on the command line without\n"
+               "\"tolvex\" (lines starting with # are comments), against an application\n"
+               "the script launches itself, and stops at the first that fails. With -,\n"
+               "reads JSON requests on standard input, one a line, such as\n"
+               "  {\"command\":\"get\",\"args\":[\"{type='QLineEdit'}\",\"text\"],\"timeout\":5}\n"
+               "and answers each with one line, {\"ok\":true,\"value\":...} or\n"
+               "{\"ok\":false,\"error\":\"...\"}. The commands are: "
+            << CommandExecutor::commandNames().join(QStringLiteral(", ")) << Qt::endl;
+        return args.size() == 1 ? 0 : 1;
+    }
+    CommandExecutor executor;
+    // The application's own output stays out of the answers.
+    const QString applicationOutput =
+        QDir(Session::directory())
+            .filePath(QStringLiteral("script-%1.aut.log").arg(QCoreApplication::applicationPid()));
+    executor.setApplicationOutput(applicationOutput);
+    const bool json = args.first() == QLatin1String("-");
+    QFile input;
+    if (json ? !input.open(stdin, QIODevice::ReadOnly)
+             : (input.setFileName(args.first()), !input.open(QIODevice::ReadOnly))) {
+        err() << "tolvex script: cannot read " << args.first() << ": " << input.errorString()
+              << Qt::endl;
+        return 1;
+    }
+    int status = 0;
+    int lineNumber = 0;
+    while (!input.atEnd()) {
+        const QString line = QString::fromUtf8(input.readLine()).trimmed();
+        ++lineNumber;
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
+            continue;
+        const CommandOutcome outcome = executor.runLine(line);
+        if (json) {
+            out() << QString::fromUtf8(
+                         QJsonDocument(outcome.toJson()).toJson(QJsonDocument::Compact))
+                  << Qt::endl;
+            if (!outcome.ok)
+                status = 1;
+            continue;
+        }
+        if (!outcome.ok) {
+            err() << args.first() << ":" << lineNumber << ": " << outcome.error << Qt::endl;
+            status = 1;
+            break;
+        }
+        const QString text = outcome.text();
+        if (!text.isEmpty() && text != QLatin1String("null"))
+            out() << text << Qt::endl;
+    }
+    if (executor.application() && executor.application()->isRunning())
+        executor.application()->quit();
+    if (status == 0)
+        QFile::remove(applicationOutput);
+    else if (QFile::exists(applicationOutput))
+        err() << "tolvex script: the application's output is in " << applicationOutput << Qt::endl;
+    return status;
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tolvex"));
 
+    const QStringList words = app.arguments().mid(1);
+    const QString first = words.value(0);
+    if (first == QLatin1String("__session"))
+        return Session::serve(words.value(1), words.mid(2));
+    if (first == QLatin1String("script"))
+        return runScript(words.mid(1));
+    if (first == QLatin1String("sessions")) {
+        for (const QString &name : Session::list())
+            out() << name << Qt::endl;
+        return 0;
+    }
+    if (CommandExecutor::commandNames().contains(first))
+        return runSessionCommand(words);
+
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("The server side of the Tolvex test tool.\n\n"
-                       "Commands:\n"
-                       "  demo      start a server, run a client process against it, shake hands\n"
-                       "  serve     listen for clients and print each one the handshake accepts\n"
-                       "  connect   connect to a server, shake hands, print both sides\n"
-                       "  run       run a program with the agent hooked up: run -- PROGRAM ARGS"));
+    parser.setApplicationDescription(QStringLiteral(
+        "The server side of the Tolvex test tool.\n\n"
+        "Commands:\n"
+        "  demo      start a server, run a client process against it, shake hands\n"
+        "  serve     listen for clients and print each one the handshake accepts\n"
+        "  connect   connect to a server, shake hands, print both sides\n"
+        "  run       run a program with the agent hooked up: run -- PROGRAM ARGS\n"
+        "\n"
+        "Driving an application, each command with --help:\n"
+        "  launch    start a program with the agent in a session: launch -- PROGRAM\n"
+        "  objects, find, get, set, call, click, doubleclick, type, key, wait,\n"
+        "  screenshot, quit\n"
+        "            act on the session's application by object names\n"
+        "  sessions  list the running sessions\n"
+        "  script    run a file of commands, or JSON requests from standard input"));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("demo, serve, connect or run"));

@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QStandardPaths>
 
 #include <algorithm>
 #include <vector>
@@ -114,6 +115,10 @@ bool RemoteApplication::hookUp(const LaunchOptions &options, QString *error)
             *error = text;
         return false;
     };
+    const QString program = QStandardPaths::findExecutable(options.program);
+    if (program.isEmpty() && !QFileInfo(options.program).isExecutable())
+        return fail(QStringLiteral("Cannot find the program %1, or it is not executable")
+                        .arg(options.program));
     if (!m_server->start())
         return fail(QStringLiteral("Cannot listen on 127.0.0.1"));
     // Only the process started here gets in: it announces the id it was given.
@@ -136,6 +141,10 @@ bool RemoteApplication::hookUp(const LaunchOptions &options, QString *error)
                                         inherited.isEmpty() ? shim
                                                             : inherited + QLatin1Char(':') + shim);
     }
+    if (options.outputFile.isEmpty())
+        m_launcher->setOutputToStandardError(true);
+    else
+        m_launcher->setOutputFile(options.outputFile);
     for (auto it = options.environment.cbegin(); it != options.environment.cend(); ++it)
         m_launcher->setEnvironmentValue(it.key(), it.value());
     if (!m_launcher->start())
@@ -304,8 +313,8 @@ QStringList RemoteApplication::realNames(int limit)
     return names;
 }
 
-FunctionCallResult<RemoteObject> RemoteApplication::waitForObject(const QString &name,
-                                                                  int timeoutMs)
+FunctionCallResult<RemoteObject>
+RemoteApplication::waitForObject(const QString &name, int timeoutMs, Readiness readiness)
 {
     using Result = FunctionCallResult<RemoteObject>;
     const QDeadlineTimer deadline(timeoutMs < 0 ? m_timeoutMs : timeoutMs);
@@ -317,6 +326,8 @@ FunctionCallResult<RemoteObject> RemoteApplication::waitForObject(const QString 
         if (resolved.isError() && resolved.error.contains(QLatin1String("more than one object")))
             return resolved;
         found = !resolved.isError();
+        if (found && readiness == Readiness::Exists)
+            return resolved;
         if (found) {
             const FunctionCallResult<QVariant> ready =
                 value(QStringLiteral("objectReady2"), {resolved.value.id()});
@@ -351,8 +362,9 @@ FunctionCallResult<RemoteObject> RemoteApplication::waitForObject(const QString 
 
 void RemoteApplication::quit(int timeoutMs)
 {
+    // The agent ends the application through its toolkit, as the user would.
     if (m_server->isClientConnected())
-        m_server->close();
+        m_server->kill();
     if (!waitUntil([&] { return !m_launcher->isRunning(); }, timeoutMs, 20))
         m_launcher->kill();
 }

@@ -33,6 +33,9 @@ struct LaunchOptions
     QString prefix;
     // False for an application that starts the agent itself.
     bool preload = true;
+    // The application's standard output and error: appended to this file,
+    // or, when empty, to this process's standard error.
+    QString outputFile;
     int hookUpTimeoutMs = 20000;
 };
 
@@ -63,8 +66,11 @@ public:
     // answer is empty or null.
     FunctionCallResult<QVariant> value(const QString &function, const ArgumentList &args = {});
 
-    // The object of that name once it exists, is unique and is ready.
-    FunctionCallResult<RemoteObject> waitForObject(const QString &name, int timeoutMs = -1);
+    enum class Readiness { Ready, Exists };
+    // The object of that name once it exists, is unique and is ready (or
+    // only exists).
+    FunctionCallResult<RemoteObject> waitForObject(const QString &name, int timeoutMs = -1,
+                                                   Readiness readiness = Readiness::Ready);
     // The object of that name as it is now: no wait, no readiness.
     FunctionCallResult<RemoteObject> findObject(const QString &name);
     // The real names of every object, depth first, up to a limit.

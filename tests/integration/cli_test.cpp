@@ -1,0 +1,152 @@
+// The tolvex command line against a real application process: a session
+// that outlives each command, a script file, and JSON requests on standard
+// input. Each command's answer is a line of output or one line of error
+// and a non-zero exit.
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct CommandRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+class TolvexCommand : public ::testing::Test
+{
+protected:
+    CommandRun tolvex(const QStringList &arguments, const QByteArray &input = {})
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        // Sessions of this test only, whatever else runs on the machine.
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(TOLVEX_PATH), arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        if (!process.waitForFinished(60000))
+            process.kill();
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QTemporaryDir m_runtime;
+    const QString m_aut = QStringLiteral(TESTAUT_PATH);
+    const QString m_counter = QStringLiteral("{name='counter'}");
+};
+
+} // namespace
+
+TEST_F(TolvexCommand, ASessionKeepsTheApplicationBetweenCommandsFromAnyShell)
+{
+    CommandRun run =
+        tolvex({QStringLiteral("launch"), QStringLiteral("--session"), QStringLiteral("s1"),
+                QStringLiteral("--no-preload"), QStringLiteral("--"), m_aut});
+    ASSERT_EQ(run.exitCode, 0) << qPrintable(run.err);
+    EXPECT_EQ(tolvex({QStringLiteral("sessions")}).out, QStringLiteral("s1\n"));
+
+    const QStringList session{QStringLiteral("--session"), QStringLiteral("s1")};
+    run = tolvex(QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value")} + session);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, QStringLiteral("7\n"));
+    EXPECT_EQ(tolvex(QStringList{QStringLiteral("set"), m_counter, QStringLiteral("value"),
+                                 QStringLiteral("12")} +
+                     session)
+                  .exitCode,
+              0);
+    EXPECT_EQ(
+        tolvex(QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value")} + session)
+            .out,
+        QStringLiteral("12\n"));
+    EXPECT_EQ(tolvex(QStringList{QStringLiteral("objects")} + session).out,
+              QStringLiteral("{name='counter'}\n{name='stray'}\n"));
+
+    // A failure is one message on standard error and a non-zero exit; a
+    // name that finds nothing lists what comes closest.
+    run = tolvex(QStringList{QStringLiteral("get"), QStringLiteral("{name='count'}"),
+                             QStringLiteral("value"), QStringLiteral("--timeout"),
+                             QStringLiteral("0.2")} +
+                 session);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.isEmpty());
+    EXPECT_TRUE(run.err.startsWith(QStringLiteral("tolvex get: Object '{name='count'}'")))
+        << qPrintable(run.err);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Closest names:\n  {name='counter'}")))
+        << qPrintable(run.err);
+    run = tolvex(QStringList{QStringLiteral("get"), m_counter} + session);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, QStringLiteral("tolvex get: usage: tolvex get NAME PROPERTY\n"));
+
+    // A second launch under the same name is refused while the first runs.
+    run = tolvex(QStringList{QStringLiteral("launch")} + session +
+                 QStringList{QStringLiteral("--no-preload"), QStringLiteral("--"), m_aut});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("is running already"))) << qPrintable(run.err);
+
+    run = tolvex(QStringList{QStringLiteral("quit")} + session);
+    EXPECT_EQ(run.exitCode, 0) << qPrintable(run.err);
+    EXPECT_EQ(run.out, QStringLiteral("exited with status 0\n"));
+    run = tolvex(QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value")} + session);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("No session 's1' is running")))
+        << qPrintable(run.err);
+
+    run = tolvex({QStringLiteral("launch"), QStringLiteral("--session"), QStringLiteral("s2"),
+                  QStringLiteral("--"), QStringLiteral("/nonexistent/program")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("Cannot find the program /nonexistent/program")))
+        << qPrintable(run.err);
+    EXPECT_TRUE(tolvex({QStringLiteral("click"), QStringLiteral("--help")})
+                    .out.startsWith(QStringLiteral("usage: tolvex click NAME")));
+}
+
+TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEachRequest)
+{
+    QFile script(m_runtime.filePath(QStringLiteral("steps.tolvex")));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write(QStringLiteral("# a comment\n"
+                                "launch --no-preload -- %1\n"
+                                "get {name='counter'} value\n"
+                                "set {name='counter'} value \"-3\"\n"
+                                "wait {name='counter'} --timeout 0.2\n"
+                                "get {name='counter'} value\n")
+                     .arg(m_aut)
+                     .toUtf8());
+    script.close();
+    CommandRun run = tolvex({QStringLiteral("script"), script.fileName()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("hooked up\n7\n"))) << qPrintable(run.out);
+    EXPECT_FALSE(run.out.contains(QStringLiteral("-3")));
+    EXPECT_TRUE(run.err.startsWith(script.fileName() +
+                                   QStringLiteral(":5: Object '{name='counter'}' not ready: the "
+                                                  "value is negative\ntolvex script: the "
+                                                  "application's output is in ")))
+        << qPrintable(run.err);
+
+    const QByteArray requests =
+        QStringLiteral("{\"command\":\"launch\",\"args\":[\"--no-preload\"],\"program\":[\"%1\"]}\n"
+                       "{\"command\":\"get\",\"args\":[\"{name='counter'}\",\"value\"]}\n"
+                       "{\"command\":\"get\",\"args\":[\"{name='counter'}\"]}\n"
+                       "not json {\n"
+                       "{\"command\":\"call\",\"args\":[\"{name='counter'}\",\"describe\"]}\n")
+            .arg(m_aut)
+            .toUtf8();
+    run = tolvex({QStringLiteral("script"), QStringLiteral("-")}, requests);
+    EXPECT_EQ(run.exitCode, 1);
+    const QStringList answers = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(answers.size(), 5) << qPrintable(run.out);
+    EXPECT_TRUE(answers.at(0).startsWith(QStringLiteral("{\"ok\":true")))
+        << qPrintable(answers.at(0));
+    EXPECT_EQ(answers.at(1), QStringLiteral("{\"ok\":true,\"value\":7}"));
+    EXPECT_EQ(answers.at(2),
+              QStringLiteral("{\"error\":\"usage: tolvex get NAME PROPERTY\",\"ok\":false}"));
+    EXPECT_EQ(answers.at(3),
+              QStringLiteral("{\"error\":\"A name in braces is not closed: {\",\"ok\":false}"));
+    EXPECT_TRUE(answers.at(4).startsWith(QStringLiteral("{\"ok\":true,\"value\":\"Counter#")));
+}

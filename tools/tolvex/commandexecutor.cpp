@@ -1,0 +1,430 @@
+#include "commandexecutor.h"
+
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <functional>
+
+namespace Tolvex {
+
+namespace {
+
+// One command as it was written: its words without the options, the
+// options, and what stood behind "--".
+struct Invocation
+{
+    QStringList args;
+    QStringList rest;
+    int timeoutMs = -1;
+    QString output;
+    QString objectMap;
+    bool noPreload = false;
+};
+
+struct CommandSpec
+{
+    const char *name;
+    const char *synopsis;
+    const char *description;
+    int minArgs;
+    int maxArgs; // -1: any number
+    bool needsApplication;
+};
+
+const CommandSpec Commands[] = {
+    {"launch", "launch [--object-map FILE] [--no-preload] [--timeout S] -- PROGRAM [ARGS...]",
+     "Starts PROGRAM with the agent and waits until it has hooked up (20 s unless --timeout "
+     "says otherwise). With --object-map, symbolic names from FILE can be used in place of "
+     "real names. --no-preload is for a program that starts the agent itself.",
+     0, 0, false},
+    {"objects", "objects [NAME]",
+     "Prints the object tree with the real name of each object, from the top or from NAME.", 0, 1,
+     true},
+    {"find", "find NAME",
+     "Prints the real name of the object NAME finds, once it exists. A name that fits more "
+     "than one object fails and lists them; a name that fits none lists the closest.",
+     1, 1, true},
+    {"get", "get NAME PROPERTY", "Prints the value of a property of the object, once it is ready.",
+     2, 2, true},
+    {"set", "set NAME PROPERTY VALUE",
+     "Sets a property of the object, once it is ready; VALUE is converted to the property's "
+     "type.",
+     3, 3, true},
+    {"call", "call NAME METHOD [ARGS...]",
+     "Calls a method of the object, once it is ready, and prints what it returns.", 2, -1, true},
+    {"click", "click NAME", "Clicks the object at its centre, once it is ready.", 1, 1, true},
+    {"doubleclick", "doubleclick NAME", "Double-clicks the object, once it is ready.", 1, 1, true},
+    {"type", "type NAME TEXT", "Clicks the object, once it is ready, and types TEXT into it.", 2, 2,
+     true},
+    {"key", "key NAME KEYS",
+     "Clicks the object, once it is ready, and presses KEYS: characters, and keys in angle "
+     "brackets with modifiers joined by + (\"<Ctrl+A>\", \"<Return>\").",
+     2, 2, true},
+    {"wait", "wait NAME [--timeout S]",
+     "Waits until the object exists and is ready, and prints its real name; fails with the "
+     "reason it is not ready when the time is up (20 s unless --timeout says otherwise).",
+     1, 1, true},
+    {"screenshot", "screenshot NAME -o FILE.png",
+     "Writes a picture of the object, as it is on the screen, to FILE.png.", 1, 1, true},
+    {"quit", "quit", "Ends the application.", 0, 0, true},
+};
+
+const CommandSpec *specOf(const QString &name)
+{
+    for (const CommandSpec &spec : Commands)
+        if (name == QLatin1String(spec.name))
+            return &spec;
+    return nullptr;
+}
+
+QJsonValue jsonOf(const QVariant &value)
+{
+    if (!value.isValid() || value.isNull())
+        return QJsonValue(QJsonValue::Null);
+    if (value.userType() == qMetaTypeId<RemoteObject>()) {
+        const RemoteObject object = value.value<RemoteObject>();
+        const FunctionCallResult<QString> name = object.realName();
+        return QJsonObject{{QStringLiteral("object"), name.isError() ? QString() : name.value},
+                           {QStringLiteral("class"), object.className()}};
+    }
+    return QJsonValue::fromVariant(value);
+}
+
+FunctionCallResult<Invocation> parseWords(const QStringList &words)
+{
+    using Result = FunctionCallResult<Invocation>;
+    Invocation call;
+    for (qsizetype i = 1; i < words.size(); ++i) {
+        const QString &word = words.at(i);
+        const auto next = [&](const char *option) -> FunctionCallResult<QString> {
+            if (i + 1 >= words.size())
+                return FunctionCallResult<QString>(
+                    QString(), QStringLiteral("%1 needs a value").arg(QLatin1String(option)));
+            return FunctionCallResult<QString>(words.at(++i));
+        };
+        if (word == QLatin1String("--")) {
+            call.rest = words.mid(i + 1);
+            break;
+        }
+        if (word == QLatin1String("--timeout")) {
+            const FunctionCallResult<QString> value = next("--timeout");
+            bool ok = false;
+            const double seconds = value.value.toDouble(&ok);
+            if (value.isError() || !ok || seconds < 0)
+                return Result(call, QStringLiteral("--timeout needs a number of seconds"));
+            call.timeoutMs = int(seconds * 1000);
+        } else if (word == QLatin1String("-o") || word == QLatin1String("--output")) {
+            const FunctionCallResult<QString> value = next("-o");
+            if (value.isError())
+                return Result(call, value.error);
+            call.output = value.value;
+        } else if (word == QLatin1String("--object-map")) {
+            const FunctionCallResult<QString> value = next("--object-map");
+            if (value.isError())
+                return Result(call, value.error);
+            call.objectMap = value.value;
+        } else if (word == QLatin1String("--no-preload")) {
+            call.noPreload = true;
+        } else {
+            call.args.append(word);
+        }
+    }
+    return Result(call);
+}
+
+} // namespace
+
+QJsonObject CommandOutcome::toJson() const
+{
+    if (!ok)
+        return {{QStringLiteral("ok"), false}, {QStringLiteral("error"), error}};
+    return {{QStringLiteral("ok"), true}, {QStringLiteral("value"), value}};
+}
+
+QString CommandOutcome::text() const
+{
+    if (!ok)
+        return error;
+    if (value.isString())
+        return value.toString();
+    if (value.isArray()) {
+        QStringList lines;
+        for (const QJsonValue &line : value.toArray())
+            lines.append(line.isString()
+                             ? line.toString()
+                             : QString::fromUtf8(
+                                   QJsonDocument(line.toObject()).toJson(QJsonDocument::Compact)));
+        return lines.join(QLatin1Char('\n'));
+    }
+    if (value.isNull() || value.isUndefined())
+        return value.isNull() ? QStringLiteral("null") : QString();
+    const QJsonArray wrapped{value};
+    const QString json = QString::fromUtf8(QJsonDocument(wrapped).toJson(QJsonDocument::Compact));
+    return json.mid(1, json.size() - 2);
+}
+
+CommandExecutor::CommandExecutor() = default;
+
+CommandExecutor::~CommandExecutor() = default;
+
+void CommandExecutor::adopt(std::unique_ptr<RemoteApplication> application)
+{
+    m_application = std::move(application);
+}
+
+QStringList CommandExecutor::commandNames()
+{
+    QStringList names;
+    for (const CommandSpec &spec : Commands)
+        names.append(QLatin1String(spec.name));
+    return names;
+}
+
+QString CommandExecutor::help(const QString &command)
+{
+    const CommandSpec *spec = specOf(command);
+    if (!spec)
+        return QString();
+    return QStringLiteral("usage: tolvex %1\n\n%2\n")
+        .arg(QLatin1String(spec->synopsis), QLatin1String(spec->description));
+}
+
+QStringList CommandExecutor::splitWords(const QString &line, QString *error)
+{
+    QStringList words;
+    qsizetype i = 0;
+    const qsizetype n = line.size();
+    while (i < n) {
+        if (line.at(i).isSpace()) {
+            ++i;
+            continue;
+        }
+        QString word;
+        if (line.at(i) == QLatin1Char('{')) {
+            // Up to the brace that closes this one; quoted values may hold
+            // braces and blanks.
+            int depth = 0;
+            QChar quote;
+            for (; i < n; ++i) {
+                const QChar c = line.at(i);
+                word += c;
+                if (!quote.isNull()) {
+                    if (c == QLatin1Char('\\') && i + 1 < n)
+                        word += line.at(++i);
+                    else if (c == quote)
+                        quote = QChar();
+                } else if (c == QLatin1Char('\'') || c == QLatin1Char('"')) {
+                    quote = c;
+                } else if (c == QLatin1Char('{')) {
+                    ++depth;
+                } else if (c == QLatin1Char('}') && --depth == 0) {
+                    ++i;
+                    break;
+                }
+            }
+            if (depth != 0) {
+                if (error)
+                    *error = QStringLiteral("A name in braces is not closed: %1").arg(word);
+                return {};
+            }
+        } else if (line.at(i) == QLatin1Char('"')) {
+            bool closed = false;
+            for (++i; i < n; ++i) {
+                const QChar c = line.at(i);
+                if (c == QLatin1Char('\\') && i + 1 < n) {
+                    word += line.at(++i);
+                } else if (c == QLatin1Char('"')) {
+                    closed = true;
+                    ++i;
+                    break;
+                } else {
+                    word += c;
+                }
+            }
+            if (!closed) {
+                if (error)
+                    *error = QStringLiteral("A quoted word is not closed: \"%1").arg(word);
+                return {};
+            }
+        } else {
+            while (i < n && !line.at(i).isSpace())
+                word += line.at(i++);
+        }
+        words.append(word);
+    }
+    return words;
+}
+
+CommandOutcome CommandExecutor::runLine(const QString &line)
+{
+    const QString trimmed = line.trimmed();
+    if (trimmed.startsWith(QLatin1String("{\""))) {
+        QJsonParseError parseError;
+        const QJsonDocument document = QJsonDocument::fromJson(trimmed.toUtf8(), &parseError);
+        if (!document.isObject())
+            return CommandOutcome::failure(
+                QStringLiteral("Not a JSON request: %1").arg(parseError.errorString()));
+        return run(document.object());
+    }
+    QString error;
+    const QStringList words = splitWords(trimmed, &error);
+    if (!error.isEmpty())
+        return CommandOutcome::failure(error);
+    return run(words);
+}
+
+CommandOutcome CommandExecutor::run(const QJsonObject &request)
+{
+    QStringList words{request.value(QStringLiteral("command")).toString()};
+    for (const QJsonValue &arg : request.value(QStringLiteral("args")).toArray())
+        words.append(arg.isString() ? arg.toString() : arg.toVariant().toString());
+    if (request.contains(QStringLiteral("timeout")))
+        words << QStringLiteral("--timeout")
+              << QString::number(request.value(QStringLiteral("timeout")).toDouble());
+    if (request.contains(QStringLiteral("output")))
+        words << QStringLiteral("-o") << request.value(QStringLiteral("output")).toString();
+    if (request.contains(QStringLiteral("objectMap")))
+        words << QStringLiteral("--object-map")
+              << request.value(QStringLiteral("objectMap")).toString();
+    const QJsonArray program = request.value(QStringLiteral("program")).toArray();
+    if (!program.isEmpty()) {
+        words << QStringLiteral("--");
+        for (const QJsonValue &word : program)
+            words << word.toString();
+    }
+    return run(words);
+}
+
+CommandOutcome CommandExecutor::run(const QStringList &words)
+{
+    if (words.isEmpty() || words.first().isEmpty())
+        return CommandOutcome::failure(QStringLiteral("No command given"));
+    const CommandSpec *spec = specOf(words.first());
+    if (!spec)
+        return CommandOutcome::failure(
+            QStringLiteral("Unknown command '%1'; the commands are: %2")
+                .arg(words.first(), commandNames().join(QStringLiteral(", "))));
+    const FunctionCallResult<Invocation> parsed = parseWords(words);
+    if (parsed.isError())
+        return CommandOutcome::failure(
+            QStringLiteral("%1: %2").arg(QLatin1String(spec->name), parsed.error));
+    const Invocation &call = parsed.value;
+    if (call.args.size() < spec->minArgs ||
+        (spec->maxArgs >= 0 && call.args.size() > spec->maxArgs))
+        return CommandOutcome::failure(
+            QStringLiteral("usage: tolvex %1").arg(QLatin1String(spec->synopsis)));
+    if (spec->needsApplication && (!m_application || !m_application->isRunning()))
+        return CommandOutcome::failure(m_application
+                                           ? QStringLiteral("The application %1; launch it again")
+                                                 .arg(m_application->endDescription())
+                                           : QStringLiteral("No application: launch one first"));
+
+    const QString command = QLatin1String(spec->name);
+    const auto fail = [&](const QString &error) { return CommandOutcome::failure(error); };
+
+    if (command == QLatin1String("launch")) {
+        if (call.rest.isEmpty())
+            return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(spec->synopsis)));
+        LaunchOptions options;
+        options.program = call.rest.first();
+        options.arguments = call.rest.mid(1);
+        options.preload = !call.noPreload;
+        options.outputFile = m_applicationOutput;
+        if (call.timeoutMs >= 0)
+            options.hookUpTimeoutMs = call.timeoutMs;
+        QString error;
+        std::unique_ptr<RemoteApplication> launched = RemoteApplication::launch(options, &error);
+        if (!launched)
+            return fail(error);
+        if (!call.objectMap.isEmpty()) {
+            QFile map(call.objectMap);
+            if (!map.open(QIODevice::ReadOnly))
+                return fail(QStringLiteral("Cannot read the object map %1: %2")
+                                .arg(call.objectMap, map.errorString()));
+            launched->call(QStringLiteral("setObjectMap"), {QString::fromUtf8(map.readAll())});
+        }
+        m_application = std::move(launched);
+        return {true, QStringLiteral("%1 hooked up").arg(options.program), {}};
+    }
+    if (command == QLatin1String("quit")) {
+        m_application->quit();
+        return {true, m_application->endDescription(), {}};
+    }
+    if (command == QLatin1String("objects")) {
+        int root = 0;
+        if (!call.args.isEmpty()) {
+            const FunctionCallResult<RemoteObject> top = m_application->waitForObject(
+                call.args.first(), call.timeoutMs, RemoteApplication::Readiness::Exists);
+            if (top.isError())
+                return fail(top.error);
+            root = top.value.id();
+        }
+        QJsonArray lines;
+        std::function<void(int, int)> walk = [&](int parent, int depth) {
+            const FunctionCallResult<ArgumentList> children =
+                m_application->call(QStringLiteral("objects"), {parent});
+            if (children.isError() || depth > 64 || lines.size() > 20000)
+                return;
+            for (const QString &wire : children.value.value(0).toStringList()) {
+                const RemoteObject child = m_application->objectFromWire(wire);
+                lines.append(QString(depth * 2, QLatin1Char(' ')) + child.realName().value);
+                walk(child.id(), depth + 1);
+            }
+        };
+        walk(root, 0);
+        return {true, lines, {}};
+    }
+
+    const bool existsOnly = command == QLatin1String("find");
+    const FunctionCallResult<RemoteObject> found = m_application->waitForObject(
+        call.args.first(), call.timeoutMs,
+        existsOnly ? RemoteApplication::Readiness::Exists : RemoteApplication::Readiness::Ready);
+    if (found.isError())
+        return fail(found.error);
+    const RemoteObject &object = found.value;
+    const auto done = [](const FunctionCallResult<void> &result) {
+        return result.isError() ? CommandOutcome::failure(result.error)
+                                : CommandOutcome{true, QJsonValue(QJsonValue::Null), {}};
+    };
+
+    if (command == QLatin1String("find") || command == QLatin1String("wait")) {
+        const FunctionCallResult<QString> name = object.realName();
+        return name.isError() ? fail(name.error) : CommandOutcome{true, name.value, {}};
+    }
+    if (command == QLatin1String("get")) {
+        const FunctionCallResult<QVariant> value = object.property(call.args.at(1));
+        return value.isError() ? fail(value.error) : CommandOutcome{true, jsonOf(value.value), {}};
+    }
+    if (command == QLatin1String("set"))
+        return done(object.setProperty(call.args.at(1), call.args.at(2)));
+    if (command == QLatin1String("call")) {
+        QVariantList arguments;
+        for (const QString &arg : call.args.mid(2))
+            arguments.append(arg);
+        const FunctionCallResult<QVariant> value = object.call(call.args.at(1), arguments);
+        return value.isError() ? fail(value.error) : CommandOutcome{true, jsonOf(value.value), {}};
+    }
+    if (command == QLatin1String("click"))
+        return done(object.click());
+    if (command == QLatin1String("doubleclick"))
+        return done(object.doubleClick());
+    if (command == QLatin1String("type"))
+        return done(object.type(call.args.at(1)));
+    if (command == QLatin1String("key"))
+        return done(object.key(call.args.at(1)));
+    if (command == QLatin1String("screenshot")) {
+        if (call.output.isEmpty())
+            return fail(QStringLiteral("screenshot: -o FILE.png is needed"));
+        const FunctionCallResult<QImage> picture = object.screenshot();
+        if (picture.isError())
+            return fail(picture.error);
+        if (!picture.value.save(call.output))
+            return fail(QStringLiteral("Cannot write %1").arg(call.output));
+        return {true, call.output, {}};
+    }
+    return fail(QStringLiteral("%1 is not done here").arg(command));
+}
+
+} // namespace Tolvex
