@@ -150,3 +150,30 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
               QStringLiteral("{\"error\":\"A name in braces is not closed: {\",\"ok\":false}"));
     EXPECT_TRUE(answers.at(4).startsWith(QStringLiteral("{\"ok\":true,\"value\":\"Counter#")));
 }
+
+TEST_F(TolvexCommand, DoctorSaysWhyAProgramHooksUpOrNot)
+{
+    // The environment of the run reaches the program: offscreen here.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    CommandRun run = tolvex({QStringLiteral("doctor"), QStringLiteral(PLAINWIDGETS_PATH)});
+    EXPECT_EQ(run.exitCode, 0) << qPrintable(run.out);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("links Qt 6.\nIt hooked up")))
+        << qPrintable(run.out);
+
+    run = tolvex({QStringLiteral("doctor"), QStringLiteral("/bin/true")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.startsWith(QStringLiteral("/bin/true does not link Qt")))
+        << qPrintable(run.out);
+
+    // A GUI program on X with no display: told before and after the start.
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    const QByteArray display = qgetenv("DISPLAY");
+    qunsetenv("DISPLAY");
+    run = tolvex({QStringLiteral("doctor"), QStringLiteral(PLAINWIDGETS_PATH)});
+    qputenv("DISPLAY", display);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("No display is set"))) << qPrintable(run.out);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("Qt could not open its display")))
+        << qPrintable(run.out);
+}

@@ -4,6 +4,7 @@
 #include "applicationserver.h"
 #include "autlauncher.h"
 #include "commandexecutor.h"
+#include "doctor.h"
 #include "ipchandshake.h"
 #include "messagechannel.h"
 #include "session.h"
@@ -302,6 +303,38 @@ int runScript(const QStringList &args)
     return status;
 }
 
+// Starts a program with the agent and says whether it hooked up, and if not,
+// why.
+int runDoctor(QStringList args)
+{
+    if (args.isEmpty() || asksForHelp(args)) {
+        out() << "usage: tolvex doctor [--no-preload] [--] PROGRAM [ARGS...]\n\n"
+                 "Starts PROGRAM with the agent and says in plain words whether it hooked\n"
+                 "up and, if not, the likely reason: not a Qt program, Qt 5, the start-up\n"
+                 "library refused, no display, the tool's server not reachable, the\n"
+                 "wrapper not loaded. Run it first when an application does not hook up."
+              << Qt::endl;
+        return args.isEmpty() ? 1 : 0;
+    }
+    LaunchOptions options;
+    if (args.first() == QLatin1String("--no-preload")) {
+        options.preload = false;
+        args.removeFirst();
+    }
+    if (args.value(0) == QLatin1String("--"))
+        args.removeFirst();
+    if (args.isEmpty()) {
+        err() << "tolvex doctor: which program?" << Qt::endl;
+        return 1;
+    }
+    options.program = args.first();
+    options.arguments = args.mid(1);
+    const Diagnosis diagnosis = diagnose(options);
+    for (const QString &finding : diagnosis.findings)
+        out() << finding << Qt::endl;
+    return diagnosis.hookedUp ? 0 : 1;
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
@@ -320,6 +353,8 @@ int main(int argc, char **argv)
     }
     if (CommandExecutor::commandNames().contains(first))
         return runSessionCommand(words);
+    if (first == QLatin1String("doctor"))
+        return runDoctor(words.mid(1));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

@@ -32,13 +32,20 @@ struct Reply : ResponseListener<ArgumentList>
     }
 };
 
+// TOLVEX_PREFIX, else the nearest directory above this program that holds
+// the start-up library: the prefix of an installation (bin/tolvex) and the
+// top of a build tree (tools/tolvex/tolvex) alike; else the one above.
 QString defaultPrefix()
 {
     const QString fromEnvironment = qEnvironmentVariable("TOLVEX_PREFIX");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    return QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
-        .absoluteFilePath();
+    const QDir programDir(QCoreApplication::applicationDirPath());
+    QDir dir = programDir;
+    for (int up = 0; up < 3 && dir.cdUp(); ++up)
+        if (QFileInfo::exists(dir.filePath(QStringLiteral("lib/libtolvexpreload.so"))))
+            return dir.absolutePath();
+    return QFileInfo(programDir.filePath(QStringLiteral(".."))).absoluteFilePath();
 }
 
 // The same name restricted to one occurrence.
