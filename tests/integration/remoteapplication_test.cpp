@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -113,4 +115,31 @@ TEST(RemoteApplication, AdmitsOnlyItsOwnApplicationAndReportsItsEnd)
     nothing.preload = false;
     EXPECT_FALSE(RemoteApplication::launch(nothing, &error));
     EXPECT_FALSE(error.isEmpty());
+}
+
+TEST(RemoteApplication, TwoApplicationsAtOnceAndACrashSaidAsSuch)
+{
+    QString error;
+    std::unique_ptr<RemoteApplication> first = launchTestAut({}, &error);
+    ASSERT_TRUE(first) << qPrintable(error);
+    std::unique_ptr<RemoteApplication> second = launchTestAut({}, &error);
+    ASSERT_TRUE(second) << qPrintable(error);
+    EXPECT_NE(first->port(), second->port());
+
+    const QString name = QStringLiteral("{name='counter'}");
+    const FunctionCallResult<RemoteObject> a = first->waitForObject(name, 5000);
+    const FunctionCallResult<RemoteObject> b = second->waitForObject(name, 5000);
+    ASSERT_FALSE(a.isError() || b.isError());
+    ASSERT_FALSE(a.value.setProperty(QStringLiteral("value"), 1).isError());
+    ASSERT_FALSE(b.value.setProperty(QStringLiteral("value"), 2).isError());
+    EXPECT_EQ(a.value.property(QStringLiteral("value")).value, QVariant(1));
+    EXPECT_EQ(b.value.property(QStringLiteral("value")).value, QVariant(2));
+
+    // One crashes; the other goes on, and the crash is named as one.
+    ASSERT_EQ(::kill(pid_t(first->processId()), SIGSEGV), 0);
+    EXPECT_TRUE(TestSupport::waitUntil([&] { return !first->isRunning(); }, 15000));
+    EXPECT_EQ(first->endDescription(), QStringLiteral("crashed"));
+    const FunctionCallResult<QVariant> gone = a.value.property(QStringLiteral("value"));
+    EXPECT_EQ(gone.error, QStringLiteral("The application crashed"));
+    EXPECT_EQ(b.value.property(QStringLiteral("value")).value, QVariant(2));
 }

@@ -182,6 +182,11 @@ bool RemoteApplication::isRunning() const
     return m_launcher->isRunning();
 }
 
+qint64 RemoteApplication::processId() const
+{
+    return m_launcher->processId();
+}
+
 quint16 RemoteApplication::port() const
 {
     return m_server->port();

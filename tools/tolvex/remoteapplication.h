@@ -51,6 +51,7 @@ public:
     ~RemoteApplication() override;
 
     bool isRunning() const;
+    qint64 processId() const;
     // The port of this application's own server on 127.0.0.1.
     quint16 port() const;
     // How the application ended, in words; empty while it runs.
