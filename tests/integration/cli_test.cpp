@@ -129,6 +129,22 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
                                                   "application's output is in ")))
         << qPrintable(run.err);
 
+    // Symbolic names from an object map stand for real names.
+    QFile map(m_runtime.filePath(QStringLiteral("names.map")));
+    ASSERT_TRUE(map.open(QIODevice::WriteOnly));
+    map.write(":Counter\t{name='counter'}\n");
+    map.close();
+    QFile mapped(m_runtime.filePath(QStringLiteral("mapped.tolvex")));
+    ASSERT_TRUE(mapped.open(QIODevice::WriteOnly));
+    mapped.write(QStringLiteral("launch --no-preload --object-map %1 -- %2\n"
+                                "get :Counter value\n")
+                     .arg(map.fileName(), m_aut)
+                     .toUtf8());
+    mapped.close();
+    run = tolvex({QStringLiteral("script"), mapped.fileName()});
+    EXPECT_EQ(run.exitCode, 0) << qPrintable(run.err);
+    EXPECT_TRUE(run.out.endsWith(QStringLiteral("hooked up\n7\n"))) << qPrintable(run.out);
+
     const QByteArray requests =
         QStringLiteral("{\"command\":\"launch\",\"args\":[\"--no-preload\"],\"program\":[\"%1\"]}\n"
                        "{\"command\":\"get\",\"args\":[\"{name='counter'}\",\"value\"]}\n"

@@ -343,7 +343,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
             if (!map.open(QIODevice::ReadOnly))
                 return fail(QStringLiteral("Cannot read the object map %1: %2")
                                 .arg(call.objectMap, map.errorString()));
-            launched->call(QStringLiteral("setObjectMap"), {QString::fromUtf8(map.readAll())});
+            launched->send(QStringLiteral("setObjectMap"), {QString::fromUtf8(map.readAll())});
         }
         m_application = std::move(launched);
         return {true, QStringLiteral("%1 hooked up").arg(options.program), {}};

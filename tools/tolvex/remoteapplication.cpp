@@ -226,6 +226,11 @@ FunctionCallResult<ArgumentList> RemoteApplication::call(const QString &function
     return reply->result;
 }
 
+bool RemoteApplication::send(const QString &function, const ArgumentList &args)
+{
+    return m_server->send(function, args) >= 0;
+}
+
 QString RemoteApplication::lastError()
 {
     const FunctionCallResult<ArgumentList> error = call(QStringLiteral("getLastError"));

@@ -63,6 +63,8 @@ public:
     // A remote function, waited for; a negative time-out takes the default.
     FunctionCallResult<ArgumentList> call(const QString &function, const ArgumentList &args = {},
                                           int timeoutMs = -1);
+    // A send: no answer comes. False when the application is not reachable.
+    bool send(const QString &function, const ArgumentList &args = {});
     // The first value of the answer, or the agent's last error when the
     // answer is empty or null.
     FunctionCallResult<QVariant> value(const QString &function, const ArgumentList &args = {});
