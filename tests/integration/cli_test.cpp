@@ -113,6 +113,7 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
     script.write(QStringLiteral("# a comment\n"
                                 "launch --no-preload -- %1\n"
                                 "get {name='counter'} value\n"
+                                "expect {name='counter'} value 7\n"
                                 "set {name='counter'} value \"-3\"\n"
                                 "wait {name='counter'} --timeout 0.2\n"
                                 "get {name='counter'} value\n")
@@ -124,7 +125,7 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
     EXPECT_TRUE(run.out.contains(QStringLiteral("hooked up\n7\n"))) << qPrintable(run.out);
     EXPECT_FALSE(run.out.contains(QStringLiteral("-3")));
     EXPECT_TRUE(run.err.startsWith(script.fileName() +
-                                   QStringLiteral(":5: Object '{name='counter'}' not ready: the "
+                                   QStringLiteral(":6: Object '{name='counter'}' not ready: the "
                                                   "value is negative\ntolvex script: the "
                                                   "application's output is in ")))
         << qPrintable(run.err);
@@ -144,6 +145,21 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
     run = tolvex({QStringLiteral("script"), mapped.fileName()});
     EXPECT_EQ(run.exitCode, 0) << qPrintable(run.err);
     EXPECT_TRUE(run.out.endsWith(QStringLiteral("hooked up\n7\n"))) << qPrintable(run.out);
+
+    // An expectation waits for the value, then says what it found instead.
+    QFile expecting(m_runtime.filePath(QStringLiteral("expect.tolvex")));
+    ASSERT_TRUE(expecting.open(QIODevice::WriteOnly));
+    expecting.write(QStringLiteral("launch --no-preload -- %1\n"
+                                   "expect {name='counter'} value 8 --timeout 0.3\n")
+                        .arg(m_aut)
+                        .toUtf8());
+    expecting.close();
+    run = tolvex({QStringLiteral("script"), QStringLiteral("--steps"), expecting.fileName()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.startsWith(expecting.fileName() +
+                                   QStringLiteral(":2: value of {name='counter'} is 7, not 8\n")))
+        << qPrintable(run.err);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("  2 FAIL"))) << qPrintable(run.out);
 
     const QByteArray requests =
         QStringLiteral("{\"command\":\"launch\",\"args\":[\"--no-preload\"],\"program\":[\"%1\"]}\n"

@@ -1,5 +1,8 @@
 #include "commandexecutor.h"
 
+#include "eventwait.h"
+
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QImage>
 #include <QJsonArray>
@@ -54,6 +57,10 @@ const CommandSpec Commands[] = {
      3, 3, true},
     {"call", "call NAME METHOD [ARGS...]",
      "Calls a method of the object, once it is ready, and prints what it returns.", 2, -1, true},
+    {"expect", "expect NAME PROPERTY VALUE [--timeout S]",
+     "Waits until the property of the object reads VALUE (as text), and fails with the value "
+     "it has when the time is up.",
+     3, 3, true},
     {"click", "click NAME", "Clicks the object at its centre, once it is ready.", 1, 1, true},
     {"doubleclick", "doubleclick NAME", "Double-clicks the object, once it is ready.", 1, 1, true},
     {"type", "type NAME TEXT", "Clicks the object, once it is ready, and types TEXT into it.", 2, 2,
@@ -396,6 +403,25 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
     if (command == QLatin1String("get")) {
         const FunctionCallResult<QVariant> value = object.property(call.args.at(1));
         return value.isError() ? fail(value.error) : CommandOutcome{true, jsonOf(value.value), {}};
+    }
+    if (command == QLatin1String("expect")) {
+        // Applications update what they show a moment after the action:
+        // the expectation waits for it, as the object did.
+        const QDeadlineTimer deadline(call.timeoutMs < 0 ? m_application->defaultTimeoutMs()
+                                                         : call.timeoutMs);
+        for (;;) {
+            const FunctionCallResult<QVariant> value = object.property(call.args.at(1));
+            if (value.isError())
+                return fail(value.error);
+            const CommandOutcome now{true, jsonOf(value.value), {}};
+            if (now.text() == call.args.at(2))
+                return now;
+            if (deadline.hasExpired())
+                return fail(
+                    QStringLiteral("%1 of %2 is %3, not %4")
+                        .arg(call.args.at(1), call.args.first(), now.text(), call.args.at(2)));
+            waitUntil([] { return false; }, 50, 50);
+        }
     }
     if (command == QLatin1String("set"))
         return done(object.setProperty(call.args.at(1), call.args.at(2)));

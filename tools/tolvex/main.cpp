@@ -14,6 +14,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -240,18 +241,22 @@ int runSessionCommand(QStringList words)
 
 // A script: commands from a file, one a line, stopping at the first that
 // fails; or JSON requests on standard input ("-"), one JSON answer a line.
-int runScript(const QStringList &args)
+int runScript(QStringList args)
 {
+    const bool steps = args.value(0) == QLatin1String("--steps");
+    if (steps)
+        args.removeFirst();
     if (args.size() != 1 || asksForHelp(args)) {
         out()
-            << "usage: tolvex script FILE | tolvex script -\n\n"
+            << "usage: tolvex script [--steps] FILE | tolvex script -\n\n"
                "Runs the commands of FILE, one a line as on the command line without\n"
                "\"tolvex\" (lines starting with # are comments), against an application\n"
                "the script launches itself, and stops at the first that fails. With -,\n"
                "reads JSON requests on standard input, one a line, such as\n"
                "  {\"command\":\"get\",\"args\":[\"{type='QLineEdit'}\",\"text\"],\"timeout\":5}\n"
                "and answers each with one line, {\"ok\":true,\"value\":...} or\n"
-               "{\"ok\":false,\"error\":\"...\"}. The commands are: "
+               "{\"ok\":false,\"error\":\"...\"}. With --steps, each step of FILE is\n"
+               "printed with its time. The commands are: "
             << CommandExecutor::commandNames().join(QStringLiteral(", ")) << Qt::endl;
         return args.size() == 1 ? 0 : 1;
     }
@@ -271,12 +276,26 @@ int runScript(const QStringList &args)
     }
     int status = 0;
     int lineNumber = 0;
+    int stepCount = 0;
+    QElapsedTimer total;
+    total.start();
     while (!input.atEnd()) {
         const QString line = QString::fromUtf8(input.readLine()).trimmed();
         ++lineNumber;
         if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
             continue;
+        QElapsedTimer step;
+        step.start();
         const CommandOutcome outcome = executor.runLine(line);
+        if (steps && !json) {
+            ++stepCount;
+            out() << QStringLiteral("%1 %2 %3 ms  %4")
+                         .arg(stepCount, 3)
+                         .arg(outcome.ok ? QStringLiteral("ok  ") : QStringLiteral("FAIL"))
+                         .arg(step.elapsed(), 6)
+                         .arg(line)
+                  << Qt::endl;
+        }
         if (json) {
             out() << QString::fromUtf8(
                          QJsonDocument(outcome.toJson()).toJson(QJsonDocument::Compact))
@@ -292,8 +311,14 @@ int runScript(const QStringList &args)
         }
         const QString text = outcome.text();
         if (!text.isEmpty() && text != QLatin1String("null"))
-            out() << text << Qt::endl;
+            out() << (steps ? QStringLiteral("                   = ") : QString()) << text
+                  << Qt::endl;
     }
+    if (steps && !json && status == 0)
+        out() << QStringLiteral("%1 steps passed in %2 s")
+                     .arg(stepCount)
+                     .arg(double(total.elapsed()) / 1000.0, 0, 'f', 2)
+              << Qt::endl;
     if (executor.application() && executor.application()->isRunning())
         executor.application()->quit();
     if (status == 0)
