@@ -137,9 +137,11 @@ TEST_F(TolvexCommand, ScriptsFromAFileStopAtTheFirstFailureAndJsonLinesAnswerEac
     map.close();
     QFile mapped(m_runtime.filePath(QStringLiteral("mapped.tolvex")));
     ASSERT_TRUE(mapped.open(QIODevice::WriteOnly));
-    mapped.write(QStringLiteral("launch --no-preload --object-map %1 -- %2\n"
+    // ${NAME} stands for an environment variable.
+    qputenv("CLI_TEST_AUT", m_aut.toLocal8Bit());
+    mapped.write(QStringLiteral("launch --no-preload --object-map %1 -- ${CLI_TEST_AUT}\n"
                                 "get :Counter value\n")
-                     .arg(map.fileName(), m_aut)
+                     .arg(map.fileName())
                      .toUtf8());
     mapped.close();
     run = tolvex({QStringLiteral("script"), mapped.fileName()});

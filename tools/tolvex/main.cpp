@@ -19,6 +19,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QTimer>
 
@@ -239,6 +240,22 @@ int runSessionCommand(QStringList words)
     return 0;
 }
 
+// ${NAME} in a line of a script file stands for the environment variable,
+// so that one script serves any build directory or data folder.
+QString expandVariables(const QString &line)
+{
+    static const QRegularExpression variable(QStringLiteral("\\$\\{([A-Za-z_][A-Za-z0-9_]*)\\}"));
+    QString expanded;
+    qsizetype from = 0;
+    for (QRegularExpressionMatchIterator it = variable.globalMatch(line); it.hasNext();) {
+        const QRegularExpressionMatch match = it.next();
+        expanded += line.mid(from, match.capturedStart() - from);
+        expanded += qEnvironmentVariable(match.captured(1).toLocal8Bit().constData());
+        from = match.capturedEnd();
+    }
+    return expanded + line.mid(from);
+}
+
 // A script: commands from a file, one a line, stopping at the first that
 // fails; or JSON requests on standard input ("-"), one JSON answer a line.
 int runScript(QStringList args)
@@ -256,7 +273,8 @@ int runScript(QStringList args)
                "  {\"command\":\"get\",\"args\":[\"{type='QLineEdit'}\",\"text\"],\"timeout\":5}\n"
                "and answers each with one line, {\"ok\":true,\"value\":...} or\n"
                "{\"ok\":false,\"error\":\"...\"}. With --steps, each step of FILE is\n"
-               "printed with its time. The commands are: "
+               "printed with its time. ${NAME} in FILE stands for the environment\n"
+               "variable NAME. The commands are: "
             << CommandExecutor::commandNames().join(QStringLiteral(", ")) << Qt::endl;
         return args.size() == 1 ? 0 : 1;
     }
@@ -280,10 +298,12 @@ int runScript(QStringList args)
     QElapsedTimer total;
     total.start();
     while (!input.atEnd()) {
-        const QString line = QString::fromUtf8(input.readLine()).trimmed();
+        QString line = QString::fromUtf8(input.readLine()).trimmed();
         ++lineNumber;
         if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
             continue;
+        if (!json)
+            line = expandVariables(line);
         QElapsedTimer step;
         step.start();
         const CommandOutcome outcome = executor.runLine(line);
