@@ -1,35 +1,158 @@
 #include "qtwrapper.h"
 
+#include "classregistrar.h"
+#include "globalclass.h"
+#include "hook.h"
 #include "inspector.h"
+#include "object.h"
+#include "objectlist.h"
+#include "primitiveclassid.h"
+#include "qtclass.h"
+#include "qtgeometrydelegate.h"
+#include "qthierarchydelegate.h"
+#include "qtobjectregistry.h"
+#include "qtquick.h"
+#include "qtvalueclass.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QScreen>
+#include <QWidget>
+#include <QWindow>
 
 namespace Tolvex {
+
+namespace {
+
+// The pixels of an object as the toolkit draws it.
+QImage grabImage(QObject *object)
+{
+    if (!object)
+        return QImage();
+    if (object->isWidgetType())
+        return static_cast<QWidget *>(object)->grab().toImage();
+    if (QtQuickSupport::isItem(object) || QtQuickSupport::isWindow(object))
+        return QtQuickSupport::grab(object);
+    if (object->isWindowType()) {
+        auto *window = static_cast<QWindow *>(object);
+        if (QScreen *screen = window->screen())
+            return screen->grabWindow(window->winId()).toImage();
+    }
+    return QImage();
+}
+
+SharedPtr<Object> grabWidget(const ObjectList &args, const Class *)
+{
+    const QImage image = grabImage(QtObjectRegistry::qobject(args.empty() ? nullptr : args[0]));
+    if (image.isNull()) {
+        Inspector::self()->setError(QStringLiteral("grabWidget: the object has no picture"));
+        return nullptr;
+    }
+    return QtValueClass::forType(QMetaType::fromType<QImage>())->wrapValue(image);
+}
+
+// "grabWidget(object)" and "grabWidget(object, flags)" for scripts: the
+// picture of a widget, a window or a Quick item as Qt renders it.
+void registerGlobalMethods()
+{
+    Inspector *inspector = Inspector::self();
+    auto *global = static_cast<GlobalClass *>(const_cast<Class *>(inspector->globalClass()));
+    const Argument image(QtValueClass::forType(QMetaType::fromType<QImage>()),
+                         ObjectAttribute::Value());
+    const Argument object(QStringLiteral("object"), inspector->type(VoidClassId),
+                          ObjectAttribute::Pointer());
+    const Argument flags(QStringLiteral("flags"), inspector->type(IntClassId),
+                         ObjectAttribute::Value());
+    for (const Signature &signature : {Signature(object), Signature(object, flags)}) {
+        auto *method =
+            new GlobalMethod(QStringLiteral("grabWidget"), image, signature, &grabWidget);
+        global->addMethod(method);
+        if (Hook *hook = Hook::instance())
+            hook->registerGlobalMethod(method);
+    }
+}
+
+// What every wrapper of the process shares: the classes it starts with, its
+// delegates and its global functions. Made once, kept to the end.
+void setUpProcess()
+{
+    static bool done = false;
+    if (done)
+        return;
+    done = true;
+    const ClassRegistrar batch;
+    QtValueClass::registerAll();
+    QtClass::forMetaObject(&QObject::staticMetaObject);
+    new QtHierarchyDelegate(QStringLiteral("QObject"));
+    auto *topLevel = new QtHierarchyDelegate(QStringLiteral("Tolvex::ToplevelQt"));
+    // The Inspector takes the top-level delegates once, at its first
+    // lookup; one made before this wrapper has not seen this delegate.
+    Inspector *inspector = Inspector::self();
+    topLevel->resetAskedForTopLevel();
+    inspector->numObjects();
+    if (!topLevel->askedForTopLevel())
+        inspector->addTopLevelHierarchyDelegate(topLevel);
+    registerGlobalMethods();
+}
+
+} // namespace
 
 class QtWrapperPrivate
 {
 };
 
-QtWrapper::QtWrapper(QObject *parent) : Wrapper(parent), d(std::make_unique<QtWrapperPrivate>()) {}
+QtWrapper::QtWrapper(QObject *parent) : Wrapper(parent), d(std::make_unique<QtWrapperPrivate>())
+{
+    setUpProcess();
+}
 
 QtWrapper::~QtWrapper() = default;
+
+SharedPtr<Object> QtWrapper::objectFor(QObject *object)
+{
+    return QtObjectRegistry::wrap(object);
+}
+
+QObject *QtWrapper::qobjectOf(const SharedPtr<Object> &object)
+{
+    return QtObjectRegistry::qobject(object);
+}
 
 QString QtWrapper::wrapperName() const
 {
     return QStringLiteral("Qt");
 }
 
-bool QtWrapper::ownsObject(SharedPtr<Object>) const
+bool QtWrapper::ownsObject(SharedPtr<Object> object) const
 {
+    return object && (QtClass::of(object) || dynamic_cast<const QtValueClass *>(object->type()));
+}
+
+bool QtWrapper::isObjectReady(SharedPtr<Object> object)
+{
+    if (!QtClass::of(object) || QtObjectRegistry::qobject(object))
+        return true;
+    Inspector::self()->setError(QStringLiteral("it no longer exists"));
     return false;
 }
 
-bool QtWrapper::isObjectReady(SharedPtr<Object>)
+bool QtWrapper::possibleNameMatch(const QMap<QString, PropertyValue> &entry,
+                                  const QMap<QString, PropertyValue> &wanted) const
 {
-    Inspector::self()->setError(QStringLiteral("Object readiness is not known yet"));
-    return false;
+    const QString type = QStringLiteral("type");
+    return !entry.contains(type) || !wanted.contains(type) ||
+           entry.value(type).matchingMode() != PropertyValue::Exact ||
+           entry.value(type).stringValue() == wanted.value(type).stringValue();
 }
 
 void QtWrapper::spyModeChanged(bool) {}
 
 void QtWrapper::recordingStopped() {}
+
+QImage QtWrapper::qImage(SharedPtr<Object> object)
+{
+    return grabImage(QtObjectRegistry::qobject(object));
+}
 
 } // namespace Tolvex
