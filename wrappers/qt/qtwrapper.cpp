@@ -12,6 +12,7 @@
 #include "qthierarchydelegate.h"
 #include "qtobjectregistry.h"
 #include "qtquick.h"
+#include "qtreadiness.h"
 #include "qtvalueclass.h"
 
 #include <QGuiApplication>
@@ -131,9 +132,12 @@ bool QtWrapper::ownsObject(SharedPtr<Object> object) const
 
 bool QtWrapper::isObjectReady(SharedPtr<Object> object)
 {
-    if (!QtClass::of(object) || QtObjectRegistry::qobject(object))
+    if (!QtClass::of(object))
         return true;
-    Inspector::self()->setError(QStringLiteral("it no longer exists"));
+    const QString reason = QtReadiness::notReadyReason(QtObjectRegistry::qobject(object));
+    if (reason.isEmpty())
+        return true;
+    Inspector::self()->setError(reason);
     return false;
 }
 
