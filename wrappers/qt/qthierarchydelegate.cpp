@@ -4,6 +4,7 @@
 #include "object.h"
 #include "objectlist.h"
 #include "objectname.h"
+#include "qtitemviews.h"
 #include "qtnaming.h"
 #include "qtobjectregistry.h"
 #include "qtobjecttree.h"
@@ -66,7 +67,10 @@ SharedPtr<Object> QtHierarchyDelegate::objectByQualifiedName(SharedPtr<Object> o
 {
     if (obj || !name.isValid() || !name.isMultiProperty())
         return nullptr;
-    return QtObjectRegistry::wrap(QtNaming::find(name.properties()));
+    const QMap<QString, PropertyValue> properties = name.properties();
+    if (SharedPtr<Object> item = QtItemViews::findByName(properties))
+        return item;
+    return QtObjectRegistry::wrap(QtNaming::find(properties));
 }
 
 QString QtHierarchyDelegate::name(SharedPtr<Object> obj) const

@@ -10,11 +10,14 @@
 #include "qtclass.h"
 #include "qtgeometrydelegate.h"
 #include "qthierarchydelegate.h"
+#include "qtitemclass.h"
+#include "qtitemviews.h"
 #include "qtobjectregistry.h"
 #include "qtquick.h"
 #include "qtreadiness.h"
 #include "qtvalueclass.h"
 
+#include <QAbstractItemView>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
@@ -85,6 +88,7 @@ void setUpProcess()
     const ClassRegistrar batch;
     QtValueClass::registerAll();
     QtClass::forMetaObject(&QObject::staticMetaObject);
+    QtItemClass::self();
     new QtHierarchyDelegate(QStringLiteral("QObject"));
     auto *topLevel = new QtHierarchyDelegate(QStringLiteral("Tolvex::ToplevelQt"));
     // The Inspector takes the top-level delegates once, at its first
@@ -127,18 +131,56 @@ QString QtWrapper::wrapperName() const
 
 bool QtWrapper::ownsObject(SharedPtr<Object> object) const
 {
-    return object && (QtClass::of(object) || dynamic_cast<const QtValueClass *>(object->type()));
+    return object && (QtClass::of(object) || QtItemClass::isItem(object) ||
+                      dynamic_cast<const QtValueClass *>(object->type()));
 }
 
 bool QtWrapper::isObjectReady(SharedPtr<Object> object)
 {
-    if (!QtClass::of(object))
-        return true;
-    const QString reason = QtReadiness::notReadyReason(QtObjectRegistry::qobject(object));
+    QString reason;
+    if (QtClass::of(object))
+        reason = QtReadiness::notReadyReason(QtObjectRegistry::qobject(object));
+    else if (QtItemClass::isItem(object))
+        reason = QtItemViews::notReadyReason(object);
     if (reason.isEmpty())
         return true;
     Inspector::self()->setError(reason);
     return false;
+}
+
+namespace {
+
+// The item of a view, or null with the error set for the Inspector.
+template <typename... Where> SharedPtr<Object> itemIfReady(SharedPtr<Object> view, Where... where)
+{
+    QObject *object = QtObjectRegistry::qobject(view);
+    QString error = QStringLiteral("The view no longer exists");
+    SharedPtr<Object> item = object ? QtItemViews::readyItem(object, where..., &error) : nullptr;
+    if (!item)
+        Inspector::self()->setError(error);
+    return item;
+}
+
+} // namespace
+
+SharedPtr<Object> QtWrapper::getObjectItemIfReady(SharedPtr<Object> object, int row, int column)
+{
+    return itemIfReady(object, row, column);
+}
+
+SharedPtr<Object> QtWrapper::getObjectItemIfReady(SharedPtr<Object> object, const QString &text)
+{
+    return itemIfReady(object, text);
+}
+
+bool QtWrapper::isObjectItemReady(SharedPtr<Object> object, int row, int column)
+{
+    return bool(getObjectItemIfReady(object, row, column));
+}
+
+bool QtWrapper::isObjectItemReady(SharedPtr<Object> object, const QString &text)
+{
+    return bool(getObjectItemIfReady(object, text));
 }
 
 bool QtWrapper::possibleNameMatch(const QMap<QString, PropertyValue> &entry,
@@ -156,6 +198,10 @@ void QtWrapper::recordingStopped() {}
 
 QImage QtWrapper::qImage(SharedPtr<Object> object)
 {
+    QAbstractItemView *view = nullptr;
+    QModelIndex index;
+    if (QtItemClass::itemOf(object, &view, &index))
+        return view->viewport()->grab(view->visualRect(index)).toImage();
     return grabImage(QtObjectRegistry::qobject(object));
 }
 

@@ -36,6 +36,10 @@ public:
     QString wrapperName() const override;
     bool ownsObject(SharedPtr<Object> object) const override;
     bool isObjectReady(SharedPtr<Object> object) override;
+    bool isObjectItemReady(SharedPtr<Object> object, int row, int column) override;
+    bool isObjectItemReady(SharedPtr<Object> object, const QString &text) override;
+    SharedPtr<Object> getObjectItemIfReady(SharedPtr<Object> object, int row, int column) override;
+    SharedPtr<Object> getObjectItemIfReady(SharedPtr<Object> object, const QString &text) override;
     bool possibleNameMatch(const QMap<QString, PropertyValue> &entry,
                            const QMap<QString, PropertyValue> &wanted) const override;
     void spyModeChanged(bool on) override;
