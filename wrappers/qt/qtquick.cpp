@@ -3,7 +3,9 @@
 #include "qtobjecttree.h"
 
 #include <QAbstractItemModel>
+#include <QEventPoint>
 #include <QMetaObject>
+#include <QPointerEvent>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -47,8 +49,12 @@ bool hasPointerHandler(const QQuickItem *item)
     return false;
 }
 
+// Text items accept the left button for their links only, and pass every
+// other press on.
 bool takesPointerInput(const QQuickItem *item)
 {
+    if (item->inherits("QQuickText"))
+        return false;
     return item->acceptedMouseButtons() != Qt::NoButton || item->acceptTouchEvents() ||
            hasPointerHandler(item);
 }
@@ -362,6 +368,16 @@ QObject *activeFocusItem(QObject *window)
 {
     QQuickWindow *w = asWindow(window);
     return w ? w->activeFocusItem() : nullptr;
+}
+
+QObject *pressGrabber(const QPointerEvent *event)
+{
+    if (!event || event->points().isEmpty())
+        return nullptr;
+    QObject *grabber = event->exclusiveGrabber(event->points().constFirst());
+    if (grabber && !asItem(grabber))
+        grabber = grabber->parent();
+    return asItem(grabber) ? grabber : nullptr;
 }
 
 bool isItemView(const QObject *object)

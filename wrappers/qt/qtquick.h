@@ -14,6 +14,7 @@
 #include <QString>
 
 class QObject;
+class QPointerEvent;
 class QWindow;
 
 namespace Tolvex::QtQuickSupport {
@@ -50,6 +51,9 @@ QObject *coveringItem(QObject *item, const QPoint &globalPoint, bool *found);
 // or null.
 QObject *inputItemAt(QObject *window, const QPoint &globalPoint);
 QObject *activeFocusItem(QObject *window);
+// The item that took the press of a release event a Quick window is about
+// to deliver (the item of a pointer handler that took it), or null.
+QObject *pressGrabber(const QPointerEvent *event);
 
 // The item views of QML: ListView, GridView, PathView, TableView, Repeater.
 bool isItemView(const QObject *object);

@@ -70,6 +70,11 @@ QObject *activeFocusItem(QObject *)
     return nullptr;
 }
 
+QObject *pressGrabber(const QPointerEvent *)
+{
+    return nullptr;
+}
+
 bool isItemView(const QObject *)
 {
     return false;

@@ -15,6 +15,7 @@
 #include "qtobjectregistry.h"
 #include "qtquick.h"
 #include "qtreadiness.h"
+#include "qtrecorder.h"
 #include "qtvalueclass.h"
 
 #include <QAbstractItemView>
@@ -105,11 +106,18 @@ void setUpProcess()
 
 class QtWrapperPrivate
 {
+public:
+    explicit QtWrapperPrivate(QtWrapper *wrapper) : recorder(new QtRecorder(wrapper)) {}
+
+    // A child of the wrapper.
+    QtRecorder *recorder;
 };
 
-QtWrapper::QtWrapper(QObject *parent) : Wrapper(parent), d(std::make_unique<QtWrapperPrivate>())
+QtWrapper::QtWrapper(QObject *parent) : Wrapper(parent), d(std::make_unique<QtWrapperPrivate>(this))
 {
     setUpProcess();
+    if (Inspector::self()->isEventRecordingEnabled())
+        d->recorder->setRecording(true);
 }
 
 QtWrapper::~QtWrapper() = default;
@@ -194,7 +202,15 @@ bool QtWrapper::possibleNameMatch(const QMap<QString, PropertyValue> &entry,
 
 void QtWrapper::spyModeChanged(bool) {}
 
-void QtWrapper::recordingStopped() {}
+void QtWrapper::recordingStopped()
+{
+    d->recorder->flush();
+}
+
+void QtWrapper::notifyEventRecordingEnabled(bool on)
+{
+    d->recorder->setRecording(on);
+}
 
 QImage QtWrapper::qImage(SharedPtr<Object> object)
 {

@@ -44,6 +44,7 @@ public:
                            const QMap<QString, PropertyValue> &wanted) const override;
     void spyModeChanged(bool on) override;
     void recordingStopped() override;
+    void notifyEventRecordingEnabled(bool on) override;
     QImage qImage(SharedPtr<Object> object) override;
 
 private:
