@@ -241,7 +241,10 @@ private:
             return false;
         if (check.value.matches(text))
             return true;
-        return check.shownText && check.value.matches(QtNaming::displayText(text));
+        // Only a text with a mark in it shows otherwise than it reads.
+        return check.shownText &&
+               (text.contains(QLatin1Char('&')) || text.contains(QLatin1String("[*]"))) &&
+               check.value.matches(QtNaming::displayText(text));
     }
 
     bool m_valid = true;

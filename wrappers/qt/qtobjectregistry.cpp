@@ -37,7 +37,8 @@ void forget(QObject *object)
 
 SharedPtr<Object> QtObjectRegistry::wrap(QObject *object)
 {
-    if (!object || object->thread() != QThread::currentThread())
+    // Widgets live in the GUI thread; other objects may not.
+    if (!object || (!object->isWidgetType() && object->thread() != QThread::currentThread()))
         return nullptr;
     auto it = objects().constFind(object);
     if (it != objects().cend())

@@ -3,7 +3,6 @@
 #include "qtquick.h"
 
 #include <QApplication>
-#include <QHash>
 #include <QThread>
 #include <QWidget>
 #include <QWindow>
@@ -15,13 +14,7 @@ namespace Tolvex {
 
 namespace {
 
-// Objects of other threads cannot be touched from the agent's thread.
-bool isShown(const QObject *child, const QThread *thread)
-{
-    return child->thread() == thread && !QtObjectTree::isAgentObject(child);
-}
-
-// Unshown top-level widgets have no creation order that Qt keeps; this
+// Never-shown top-level widgets have no creation order that Qt keeps; this
 // order is the same in every run as long as they differ in one of these.
 bool unshownBefore(const QWidget *a, const QWidget *b)
 {
@@ -33,6 +26,56 @@ bool unshownBefore(const QWidget *a, const QWidget *b)
     return a->windowTitle() < b->windowTitle();
 }
 
+// The application object and the top-level windows in the order they were
+// created: the top-level objects but the widgets that were never shown.
+QList<QObject *> shownRoots()
+{
+    QList<QObject *> result;
+    QCoreApplication *app = QCoreApplication::instance();
+    if (!app)
+        return result;
+    result.append(app);
+    if (!qobject_cast<QGuiApplication *>(app))
+        return result;
+    const bool widgets = qobject_cast<QApplication *>(app) != nullptr;
+    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+        if (QtObjectTree::isAgentObject(window))
+            continue;
+        // The native windows of widgets stand for their widgets.
+        if (window->inherits("QWidgetWindow")) {
+            QWidget *w = widgets && window->handle() ? QWidget::find(window->winId()) : nullptr;
+            if (w && w->isWindow() && !w->parent() && !QtObjectTree::isAgentObject(w))
+                result.append(w);
+            continue;
+        }
+        if (window->QObject::parent() || QtQuickSupport::isOffscreenWindow(window))
+            continue;
+        result.append(window);
+    }
+    return result;
+}
+
+// The top-level widgets without a native window, which come last.
+QList<QObject *> unshownRoots()
+{
+    QList<QWidget *> unshown;
+    if (qobject_cast<QApplication *>(QCoreApplication::instance())) {
+        for (QWidget *w : QApplication::topLevelWidgets())
+            if (!w->parent() && !(w->windowHandle() && w->windowHandle()->handle()) &&
+                !QtObjectTree::isAgentObject(w))
+                unshown.append(w);
+    }
+    std::stable_sort(unshown.begin(), unshown.end(), unshownBefore);
+    return QList<QObject *>(unshown.cbegin(), unshown.cend());
+}
+
+// Objects of other threads cannot be touched from the agent's thread; the
+// children of an object live in its thread.
+bool isListed(const QObject *root)
+{
+    return root->thread() == QThread::currentThread();
+}
+
 } // namespace
 
 bool QtObjectTree::isAgentObject(const QObject *object)
@@ -42,45 +85,9 @@ bool QtObjectTree::isAgentObject(const QObject *object)
 
 QList<QObject *> QtObjectTree::roots()
 {
-    QList<QObject *> result;
-    QCoreApplication *app = QCoreApplication::instance();
-    if (!app)
-        return result;
-    result.append(app);
-
-    QHash<QWindow *, QWidget *> widgetOfWindow;
-    QList<QWidget *> unshown;
-    if (qobject_cast<QApplication *>(app)) {
-        for (QWidget *w : QApplication::topLevelWidgets()) {
-            // A window with a parent is reached through its parent.
-            if (w->parent() || isAgentObject(w))
-                continue;
-            if (QWindow *handle = w->windowHandle())
-                widgetOfWindow.insert(handle, w);
-            else
-                unshown.append(w);
-        }
-    }
-    if (qobject_cast<QGuiApplication *>(app)) {
-        for (QWindow *window : QGuiApplication::topLevelWindows()) {
-            if (QWidget *w = widgetOfWindow.value(window)) {
-                result.append(w);
-                widgetOfWindow.remove(window);
-                continue;
-            }
-            // The native windows of widgets stand for their widgets.
-            if (window->inherits("QWidgetWindow") || window->QObject::parent() ||
-                isAgentObject(window) || QtQuickSupport::isOffscreenWindow(window))
-                continue;
-            result.append(window);
-        }
-    }
-    // Widgets whose native window is not top-level any more or not yet.
-    for (QWidget *w : std::as_const(widgetOfWindow))
-        unshown.append(w);
-    std::stable_sort(unshown.begin(), unshown.end(), unshownBefore);
-    for (QWidget *w : std::as_const(unshown))
-        result.append(w);
+    QList<QObject *> result = shownRoots();
+    result.append(unshownRoots());
+    result.removeIf([](QObject *o) { return !isListed(o); });
     return result;
 }
 
@@ -88,11 +95,16 @@ void QtObjectTree::appendChildren(QObject *object, QList<QObject *> *out)
 {
     if (!object)
         return;
+    // Widgets are never Quick items, and the agent puts nothing of its own
+    // below a widget.
+    if (object->isWidgetType()) {
+        out->append(object->children());
+        return;
+    }
     if (QtQuickSupport::appendChildren(object, out))
         return;
-    const QThread *thread = object->thread();
     for (QObject *child : object->children())
-        if (isShown(child, thread))
+        if (!isAgentObject(child))
             out->append(child);
 }
 
@@ -146,22 +158,33 @@ QObject *QtObjectTree::window(QObject *object)
 bool QtObjectTree::walk(QObject *root, const std::function<bool(QObject *)> &visit)
 {
     QList<QObject *> stack;
-    if (root)
-        appendChildren(root, &stack);
-    else
-        stack = roots();
-    std::reverse(stack.begin(), stack.end());
-    QList<QObject *> children;
-    while (!stack.isEmpty()) {
-        QObject *o = stack.takeLast();
-        if (!visit(o))
-            return false;
-        children.clear();
-        appendChildren(o, &children);
-        for (auto it = children.crbegin(); it != children.crend(); ++it)
+    QList<QObject *> kids;
+    const auto below = [&](const QList<QObject *> &starts) {
+        stack.clear();
+        for (auto it = starts.crbegin(); it != starts.crend(); ++it)
             stack.append(*it);
-    }
-    return true;
+        while (!stack.isEmpty()) {
+            QObject *o = stack.takeLast();
+            if (!visit(o))
+                return false;
+            kids.clear();
+            appendChildren(o, &kids);
+            for (auto it = kids.crbegin(); it != kids.crend(); ++it)
+                stack.append(*it);
+        }
+        return true;
+    };
+    if (root)
+        return below(children(root));
+    // The widgets that were never shown are listed only when the walk gets
+    // that far: finding them means looking at every widget.
+    QList<QObject *> shown = shownRoots();
+    shown.removeIf([](QObject *o) { return !isListed(o); });
+    if (!below(shown))
+        return false;
+    QList<QObject *> unshown = unshownRoots();
+    unshown.removeIf([](QObject *o) { return !isListed(o); });
+    return below(unshown);
 }
 
 } // namespace Tolvex

@@ -478,6 +478,8 @@ bool QtValueConversion::convert(QVariant *value, QMetaType type, const QMetaEnum
 
 QString QtValueConversion::text(const QVariant &value, const QMetaEnum &enumerator)
 {
+    if (value.typeId() == QMetaType::QString)
+        return value.toString();
     if (!value.isValid())
         return QString();
     const QMetaType type = value.metaType();
