@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "qtwrappertest.h"
+
 #include <QApplication>
 #ifdef TOLVEXQT_HAVE_QUICK
 #include <QQuickWindow>
@@ -17,5 +19,7 @@ int main(int argc, char **argv)
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 #endif
     QApplication app(argc, argv);
+    // Made at the start, as the start-up hook makes it.
+    QtWrapperTest::wrapper();
     return RUN_ALL_TESTS();
 }
