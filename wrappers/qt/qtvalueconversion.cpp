@@ -94,6 +94,38 @@ bool isNumber(const QVariant &value)
     return false;
 }
 
+// The primitive class that values of a type read as, or -1 for none.
+int primitiveClassOf(int typeId)
+{
+    switch (typeId) {
+    case QMetaType::Bool:
+        return BoolClassId;
+    case QMetaType::Int:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+        return IntClassId;
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return Int64ClassId;
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return DoubleClassId;
+    case QMetaType::QString:
+    case QMetaType::QByteArray:
+    case QMetaType::QChar:
+    case QMetaType::QUrl:
+    case QMetaType::QUuid:
+        return CharClassId;
+    }
+    return -1;
+}
+
 QString typeNameOf(const QVariant &value)
 {
     if (isObjectPointer(value.metaType())) {
@@ -338,31 +370,19 @@ SharedPtr<Object> QtValueConversion::toObject(const QVariant &value, const QMeta
             return inspector->createPrimitive(enumText(e, n));
         return inspector->createPrimitive(int(n));
     }
-    switch (type.id()) {
-    case QMetaType::Bool:
+    switch (primitiveClassOf(type.id())) {
+    case BoolClassId:
         return inspector->createPrimitive(value.toBool());
-    case QMetaType::Int:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::UChar:
+    case IntClassId:
         return inspector->createPrimitive(value.toInt());
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
+    case Int64ClassId:
         return inspector->createPrimitive(value.toLongLong());
-    case QMetaType::Double:
-    case QMetaType::Float:
+    case DoubleClassId:
         return inspector->createPrimitive(value.toDouble());
-    case QMetaType::QString:
-    case QMetaType::QByteArray:
-    case QMetaType::QChar:
-    case QMetaType::QUrl:
-    case QMetaType::QUuid:
+    case CharClassId:
         return inspector->createPrimitive(value.toString());
+    }
+    switch (type.id()) {
     case QMetaType::QStringList:
         return wrap(QList<QString>(value.toStringList()));
     case QMetaType::QPoint:
@@ -517,31 +537,10 @@ Argument QtValueConversion::argumentFor(QMetaType type, const Class *owner, cons
         return of(inspector->type(CharClassId), ObjectAttribute::Pointer());
     if (isObjectPointer(type))
         return of(nearestKnownClass(type.metaObject(), owner), ObjectAttribute::Pointer());
+    if (const int primitive = primitiveClassOf(type.id()); primitive >= 0)
+        return of(inspector->type(primitive),
+                  primitive == CharClassId ? ObjectAttribute::Pointer() : ObjectAttribute::Value());
     switch (type.id()) {
-    case QMetaType::Bool:
-        return of(inspector->type(BoolClassId), ObjectAttribute::Value());
-    case QMetaType::Int:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::UChar:
-        return of(inspector->type(IntClassId), ObjectAttribute::Value());
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return of(inspector->type(Int64ClassId), ObjectAttribute::Value());
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return of(inspector->type(DoubleClassId), ObjectAttribute::Value());
-    case QMetaType::QString:
-    case QMetaType::QByteArray:
-    case QMetaType::QChar:
-    case QMetaType::QUrl:
-    case QMetaType::QUuid:
-        return of(inspector->type(CharClassId), ObjectAttribute::Pointer());
     case QMetaType::QStringList:
         return of(inspector->type(CharClassId),
                   ObjectAttribute(ObjectAttribute::PointerFlag | ObjectAttribute::ArrayFlag, 0));
