@@ -53,6 +53,7 @@ class Sample : public QObject
     Q_PROPERTY(Options options READ options WRITE setOptions)
     Q_PROPERTY(Qt::Alignment alignment MEMBER m_alignment)
     Q_PROPERTY(QObject *buddy MEMBER m_buddy)
+    Q_PROPERTY(QPushButton *button MEMBER m_button)
     Q_PROPERTY(int fixed READ fixed)
 public:
     enum Mode { Off, On, Auto };
@@ -102,6 +103,7 @@ public:
     Options m_options = Options(Bold | Underline);
     Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
     QObject *m_buddy = nullptr;
+    QPushButton *m_button = nullptr;
 };
 
 QString className(const SharedPtr<Object> &o)
@@ -310,6 +312,19 @@ TEST(QtClasses, ValuesRoundTripAndConvertFromTextAndNumbers)
     EXPECT_TRUE(lastError().contains(QStringLiteral("read-only")));
     QPushButton button;
     EXPECT_TRUE(setFrom(&to, "buddy", objectFor(&button)));
+    EXPECT_EQ(to.m_buddy, &button);
+    // An object of another class, or no object at all, where a button is
+    // wanted.
+    QLineEdit edit;
+    EXPECT_FALSE(setFrom(&to, "button", objectFor(&edit)));
+    EXPECT_EQ(lastError(),
+              QStringLiteral("Cannot set property button: a QPushButton* is needed, not the "
+                             "QLineEdit given"));
+    EXPECT_FALSE(setFrom(&to, "button", number(3)));
+    EXPECT_TRUE(
+        lastError().contains(QStringLiteral("a QPushButton* is needed, not the int given")));
+    EXPECT_TRUE(setFrom(&to, "button", objectFor(&button)));
+    EXPECT_EQ(to.m_button, &button);
     EXPECT_EQ(to.m_buddy, &button);
 }
 

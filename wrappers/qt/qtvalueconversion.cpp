@@ -463,14 +463,14 @@ bool QtValueConversion::convert(QVariant *value, QMetaType type, const QMetaEnum
         QObject *o = nullptr;
         if (value->isValid()) {
             if (!isObjectPointer(value->metaType())) {
-                *error = QStringLiteral("a %1 is needed, not a %2")
+                *error = QStringLiteral("a %1 is needed, not the %2 given")
                              .arg(QString::fromLatin1(type.name()), typeNameOf(*value));
                 return false;
             }
             o = value->value<QObject *>();
         }
         if (o && type.metaObject() && !o->metaObject()->inherits(type.metaObject())) {
-            *error = QStringLiteral("a %1 is needed, not a %2")
+            *error = QStringLiteral("a %1 is needed, not the %2 given")
                          .arg(QString::fromLatin1(type.name()), typeNameOf(*value));
             return false;
         }
