@@ -1,6 +1,7 @@
 #include "qtquick.h"
 
 #include "qtobjecttree.h"
+#include "qtvalueconversion.h"
 
 #include <QAbstractItemModel>
 #include <QEventPoint>
@@ -127,11 +128,9 @@ QQuickItem *delegateAt(QObject *view, ViewKind kind, int index, int row, int col
     case ViewKind::Table: {
         QQuickItem *item = invokeForItem(view, "itemAtCell", Q_ARG(int, column), Q_ARG(int, row));
         if (!item) {
-            // TableView.Contain
-            QMetaObject::invokeMethod(view, "positionViewAtCell", Qt::DirectConnection,
-                                      Q_ARG(QPoint, QPoint(column, row)), Q_ARG(int, 0x10));
-            if (auto *v = asItem(view))
-                v->polish();
+            // The mode is an enumerator of the view's own; its key converts.
+            QtValueConversion::invoke(view, "positionViewAtCell",
+                                      {QPoint(column, row), QStringLiteral("Contain")});
             item = invokeForItem(view, "itemAtCell", Q_ARG(int, column), Q_ARG(int, row));
         }
         return item;
