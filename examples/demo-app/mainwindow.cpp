@@ -115,12 +115,30 @@ QWidget *MainWindow::createCataloguePage()
     m_orders->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_orders->setEditTriggers(QAbstractItemView::NoEditTriggers);
 
+    // What the selected order holds, in words.
+    m_orderDetails = new QLabel;
+    m_orderDetails->setObjectName(QStringLiteral("orderDetails"));
+    connect(m_orders, &QTableWidget::itemSelectionChanged, this, [this] {
+        const int row = m_orders->currentRow();
+        if (row < 0 || !m_orders->item(row, 2)) {
+            m_orderDetails->clear();
+            return;
+        }
+        m_orderDetails->setText(QStringLiteral("%1, %2 for %3")
+                                    .arg(m_orders->item(row, 0)->text(),
+                                         m_orders->item(row, 1)->text(),
+                                         m_orders->item(row, 2)->text()));
+    });
+
     auto *left = new QVBoxLayout;
     left->addWidget(m_products);
     left->addWidget(orderButton);
+    auto *right = new QVBoxLayout;
+    right->addWidget(m_orders, 1);
+    right->addWidget(m_orderDetails);
     auto *layout = new QHBoxLayout(page);
     layout->addLayout(left);
-    layout->addWidget(m_orders, 1);
+    layout->addLayout(right, 1);
     return page;
 }
 

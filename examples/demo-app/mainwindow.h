@@ -30,4 +30,5 @@ private:
     QLabel *m_status = nullptr;
     QListWidget *m_products = nullptr;
     QTableWidget *m_orders = nullptr;
+    QLabel *m_orderDetails = nullptr;
 };

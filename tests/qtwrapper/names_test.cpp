@@ -9,12 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QDockWidget>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -246,4 +249,37 @@ TEST(QtGeometry, BoundsAreWhereTheWidgetIs)
     EXPECT_EQ(QtWrapper::qobjectOf(geometry->window(close)), form.window.get());
     // Objects that are not shown have no geometry delegate.
     EXPECT_EQ(geometryDelegateFor(objectFor(qApp)), nullptr);
+}
+
+TEST(QtTree, MenuItemsOwnedOutsideTheTreeHangBelowTheirMenu)
+{
+    // Applications keep their actions in a plain QObject of their own; the
+    // menu shows them, and a tester reaches them through the menu.
+    QMainWindow window;
+    window.setWindowTitle(QStringLiteral("Editor"));
+    QObject actions;
+    auto *open = new QAction(QStringLiteral("&Open..."), &actions);
+    auto *quit = new QAction(QStringLiteral("&Quit"), &actions);
+    QMenu *file = window.menuBar()->addMenu(QStringLiteral("&File"));
+    file->addAction(open);
+    file->addAction(quit);
+    // One owned by the window itself stays below the window.
+    auto *own = new QAction(QStringLiteral("Own"), &window);
+    file->addAction(own);
+
+    SharedPtr<Object> menu = objectFor(file);
+    QList<QObject *> listed;
+    for (const SharedPtr<Object> &child : menu->children())
+        listed.append(QtWrapper::qobjectOf(child));
+    EXPECT_TRUE(listed.contains(open));
+    EXPECT_TRUE(listed.contains(quit));
+    EXPECT_FALSE(listed.contains(own));
+    EXPECT_EQ(QtWrapper::qobjectOf(objectFor(quit)->parent()), file);
+    EXPECT_EQ(QtWrapper::qobjectOf(objectFor(own)->parent()), &window);
+
+    // And by name, as the item of its menu.
+    const QString name = objectFor(quit)->qualifiedName();
+    EXPECT_TRUE(name.contains(QStringLiteral("text='Quit'"))) << qPrintable(name);
+    EXPECT_TRUE(name.contains(QStringLiteral("title='File'"))) << qPrintable(name);
+    EXPECT_EQ(QtWrapper::qobjectOf(find(name)), quit) << qPrintable(name);
 }

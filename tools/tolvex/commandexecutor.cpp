@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QMap>
 
 #include <functional>
 
@@ -24,6 +25,7 @@ struct Invocation
     QString output;
     QString objectMap;
     bool noPreload = false;
+    QMap<QString, QString> environment;
 };
 
 struct CommandSpec
@@ -37,10 +39,13 @@ struct CommandSpec
 };
 
 const CommandSpec Commands[] = {
-    {"launch", "launch [--object-map FILE] [--no-preload] [--timeout S] -- PROGRAM [ARGS...]",
+    {"launch",
+     "launch [--object-map FILE] [--env NAME=VALUE]... [--no-preload] [--timeout S] -- PROGRAM "
+     "[ARGS...]",
      "Starts PROGRAM with the agent and waits until it has hooked up (20 s unless --timeout "
      "says otherwise). With --object-map, symbolic names from FILE can be used in place of "
-     "real names. --no-preload is for a program that starts the agent itself.",
+     "real names. --env sets a variable for the program alone (an empty value removes it). "
+     "--no-preload is for a program that starts the agent itself.",
      0, 0, false},
     {"objects", "objects [NAME]",
      "Prints the object tree with the real name of each object, from the top or from NAME.", 0, 1,
@@ -61,8 +66,15 @@ const CommandSpec Commands[] = {
      "Waits until the property of the object reads VALUE (as text), and fails with the value "
      "it has when the time is up.",
      3, 3, true},
-    {"click", "click NAME", "Clicks the object at its centre, once it is ready.", 1, 1, true},
+    {"click", "click NAME [X Y]",
+     "Clicks the object at its centre, or X, Y pixels from its top left corner, once it is "
+     "ready.",
+     1, 3, true},
     {"doubleclick", "doubleclick NAME", "Double-clicks the object, once it is ready.", 1, 1, true},
+    {"clickitem", "clickitem NAME TEXT | clickitem NAME ROW COLUMN",
+     "Clicks an item of the item view NAME (a list, a table, a tree) by its text, or by row "
+     "and column counted from 0, once the item is ready; the view scrolls to it first.",
+     2, 3, true},
     {"type", "type NAME TEXT", "Clicks the object, once it is ready, and types TEXT into it.", 2, 2,
      true},
     {"key", "key NAME KEYS",
@@ -132,6 +144,12 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             if (value.isError())
                 return Result(call, value.error);
             call.objectMap = value.value;
+        } else if (word == QLatin1String("--env")) {
+            const FunctionCallResult<QString> value = next("--env");
+            const qsizetype equals = value.value.indexOf(QLatin1Char('='));
+            if (value.isError() || equals <= 0)
+                return Result(call, QStringLiteral("--env needs NAME=VALUE"));
+            call.environment.insert(value.value.left(equals), value.value.mid(equals + 1));
         } else if (word == QLatin1String("--no-preload")) {
             call.noPreload = true;
         } else {
@@ -339,6 +357,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         options.arguments = call.rest.mid(1);
         options.preload = !call.noPreload;
         options.outputFile = m_applicationOutput;
+        options.environment = call.environment;
         if (call.timeoutMs >= 0)
             options.hookUpTimeoutMs = call.timeoutMs;
         QString error;
@@ -432,8 +451,37 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         const FunctionCallResult<QVariant> value = object.call(call.args.at(1), arguments);
         return value.isError() ? fail(value.error) : CommandOutcome{true, jsonOf(value.value), {}};
     }
-    if (command == QLatin1String("click"))
-        return done(object.click());
+    if (command == QLatin1String("click")) {
+        if (call.args.size() == 1)
+            return done(object.click());
+        bool xOk = false;
+        bool yOk = false;
+        const QPoint at(call.args.value(1).toInt(&xOk), call.args.value(2).toInt(&yOk));
+        if (!xOk || !yOk)
+            return fail(QStringLiteral("click: X and Y are whole numbers of pixels"));
+        return done(object.click(at));
+    }
+    if (command == QLatin1String("clickitem")) {
+        // The item may be a moment behind the view: wait for it as for
+        // the view.
+        const QDeadlineTimer deadline(call.timeoutMs < 0 ? m_application->defaultTimeoutMs()
+                                                         : call.timeoutMs);
+        bool rowOk = false;
+        bool columnOk = false;
+        const int row = call.args.value(1).toInt(&rowOk);
+        const int column = call.args.value(2).toInt(&columnOk);
+        if (call.args.size() == 3 && (!rowOk || !columnOk))
+            return fail(QStringLiteral("clickitem: ROW and COLUMN are whole numbers"));
+        for (;;) {
+            const FunctionCallResult<RemoteObject> item =
+                call.args.size() == 3 ? object.item(row, column) : object.item(call.args.at(1));
+            if (!item.isError() && !item.value.isNull())
+                return done(item.value.click());
+            if (deadline.hasExpired())
+                return fail(item.error.isEmpty() ? QStringLiteral("No such item") : item.error);
+            waitUntil([] { return false; }, 50, 50);
+        }
+    }
     if (command == QLatin1String("doubleclick"))
         return done(object.doubleClick());
     if (command == QLatin1String("type"))

@@ -143,7 +143,9 @@ bool RemoteApplication::hookUp(const LaunchOptions &options, QString *error)
         if (!QFileInfo::exists(shim))
             return fail(QStringLiteral("The start-up library %1 is missing; is the prefix right?")
                             .arg(shim));
-        const QString inherited = qEnvironmentVariable("LD_PRELOAD");
+        // What is preloaded already stays first (a sanitizer runtime, say).
+        const QString inherited = options.environment.value(QStringLiteral("LD_PRELOAD"),
+                                                            qEnvironmentVariable("LD_PRELOAD"));
         m_launcher->setEnvironmentValue(QStringLiteral("LD_PRELOAD"),
                                         inherited.isEmpty() ? shim
                                                             : inherited + QLatin1Char(':') + shim);
@@ -153,7 +155,8 @@ bool RemoteApplication::hookUp(const LaunchOptions &options, QString *error)
     else
         m_launcher->setOutputFile(options.outputFile);
     for (auto it = options.environment.cbegin(); it != options.environment.cend(); ++it)
-        m_launcher->setEnvironmentValue(it.key(), it.value());
+        if (!options.preload || it.key() != QLatin1String("LD_PRELOAD"))
+            m_launcher->setEnvironmentValue(it.key(), it.value());
     if (!m_launcher->start())
         return fail(QStringLiteral("Cannot start %1").arg(options.program));
 

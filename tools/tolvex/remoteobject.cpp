@@ -212,11 +212,29 @@ FunctionCallResult<QString> RemoteObject::realName() const
     return FunctionCallResult<QString>(name.value.toString(), name.error);
 }
 
-FunctionCallResult<void> RemoteObject::press(bool down) const
+FunctionCallResult<RemoteObject> RemoteObject::item(const QString &text) const
 {
-    // Flags 1: the object is given; button and position are the defaults.
+    const FunctionCallResult<QVariant> found =
+        m_application->value(QStringLiteral("getObjectItemIfReady2"), {m_id, text});
+    return FunctionCallResult<RemoteObject>(m_application->objectFromWire(found.value),
+                                            found.error);
+}
+
+FunctionCallResult<RemoteObject> RemoteObject::item(int row, int column) const
+{
+    const FunctionCallResult<QVariant> found =
+        m_application->value(QStringLiteral("getObjectItemByRowColIfReady2"), {m_id, row, column});
+    return FunctionCallResult<RemoteObject>(m_application->objectFromWire(found.value),
+                                            found.error);
+}
+
+FunctionCallResult<void> RemoteObject::press(bool down, const QPoint *at) const
+{
+    // Flags: 1 the object is given, 8 the position too; the button is the
+    // default one.
     const FunctionCallResult<QVariant> pressed =
-        m_application->value(QStringLiteral("mousePress"), {m_id, 1, 0, 0, 0, 0, true, down});
+        m_application->value(QStringLiteral("mousePress"), {m_id, at ? 1 | 8 : 1, at ? at->x() : 0,
+                                                            at ? at->y() : 0, 0, 0, true, down});
     if (pressed.isError())
         return FunctionCallResult<void>::failure(pressed.error);
     return {};
@@ -224,8 +242,15 @@ FunctionCallResult<void> RemoteObject::press(bool down) const
 
 FunctionCallResult<void> RemoteObject::click() const
 {
-    FunctionCallResult<void> result = press(true);
-    const FunctionCallResult<void> released = press(false);
+    FunctionCallResult<void> result = press(true, nullptr);
+    const FunctionCallResult<void> released = press(false, nullptr);
+    return result.isError() ? result : released;
+}
+
+FunctionCallResult<void> RemoteObject::click(QPoint at) const
+{
+    FunctionCallResult<void> result = press(true, &at);
+    const FunctionCallResult<void> released = press(false, &at);
     return result.isError() ? result : released;
 }
 
@@ -256,6 +281,40 @@ FunctionCallResult<void> stroke(RemoteApplication *application, const QString &k
 
 } // namespace
 
+namespace {
+
+// A printable ASCII character goes by its key, unshifted, as a single key
+// press does; those that need Shift on a US keyboard get it held, with the
+// character of their key.
+QChar unshiftedKey(QChar c)
+{
+    static const QString shifted = QStringLiteral("~!@#$%^&*()_+{}|:\"<>?");
+    static const QString base = QStringLiteral("`1234567890-=[]\\;',./");
+    if (c >= QLatin1Char('A') && c <= QLatin1Char('Z'))
+        return c.toLower();
+    const qsizetype at = shifted.indexOf(c);
+    return at >= 0 ? base.at(at) : QChar();
+}
+
+// One character of a text, with Shift where its key needs it.
+FunctionCallResult<void> typeCharacter(RemoteApplication *application, const QString &character)
+{
+    if (character == QLatin1String(" "))
+        return stroke(application, QStringLiteral("<Space>"));
+    const QChar key = character.size() == 1 ? unshiftedKey(character.at(0)) : QChar();
+    if (key.isNull())
+        return stroke(application, character);
+    const FunctionCallResult<void> shift = keyPress(application, QStringLiteral("<Shift>"), true);
+    if (shift.isError())
+        return shift;
+    const FunctionCallResult<void> typed = stroke(application, QString(key));
+    const FunctionCallResult<void> unshift =
+        keyPress(application, QStringLiteral("<Shift>"), false);
+    return typed.isError() ? typed : unshift;
+}
+
+} // namespace
+
 FunctionCallResult<void> RemoteObject::type(const QString &text) const
 {
     const FunctionCallResult<void> focused = click();
@@ -264,8 +323,7 @@ FunctionCallResult<void> RemoteObject::type(const QString &text) const
     for (qsizetype i = 0; i < text.size(); ++i) {
         const qsizetype length = text.at(i).isHighSurrogate() && i + 1 < text.size() ? 2 : 1;
         const QString character = text.mid(i, length);
-        const FunctionCallResult<void> typed = stroke(
-            m_application, character == QLatin1String(" ") ? QStringLiteral("<Space>") : character);
+        const FunctionCallResult<void> typed = typeCharacter(m_application, character);
         if (typed.isError())
             return typed;
         i += length - 1;

@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QList>
 #include <QMetaType>
+#include <QPoint>
 #include <QString>
 #include <QVariant>
 
@@ -41,9 +42,16 @@ public:
     FunctionCallResult<QList<RemoteObject>> children() const;
     FunctionCallResult<RemoteObject> parent() const;
     FunctionCallResult<QString> realName() const;
+    // An item of an item view by its text, or by row and column, once it is
+    // ready (for a click, say).
+    FunctionCallResult<RemoteObject> item(const QString &text) const;
+    FunctionCallResult<RemoteObject> item(int row, int column) const;
 
     // Native input at the object's centre, through the agent.
     FunctionCallResult<void> click() const;
+    // At a point of the object, from its top left corner, in native pixels:
+    // for a wide check box whose box is at its left, say.
+    FunctionCallResult<void> click(QPoint at) const;
     FunctionCallResult<void> doubleClick() const;
     // Clicks the object for the keyboard, then types the text character by
     // character.
@@ -53,7 +61,7 @@ public:
     FunctionCallResult<QImage> screenshot() const;
 
 private:
-    FunctionCallResult<void> press(bool down) const;
+    FunctionCallResult<void> press(bool down, const QPoint *at) const;
 
     RemoteApplication *m_application = nullptr;
     int m_id = 0;

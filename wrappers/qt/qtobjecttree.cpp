@@ -2,6 +2,7 @@
 
 #include "qtquick.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QThread>
 #include <QWidget>
@@ -76,6 +77,27 @@ bool isListed(const QObject *root)
     return root->thread() == QThread::currentThread();
 }
 
+// An action owned by an object outside the tree (a plain QObject that holds
+// an application's actions, say) hangs below the first widget it is in,
+// such as its menu: otherwise a tester could not reach the items of that
+// menu. Actions owned within the tree stay below their owners.
+QWidget *adoptingWidget(const QObject *object)
+{
+    const auto *action = qobject_cast<const QAction *>(object);
+    if (!action)
+        return nullptr;
+    const QObject *top = action;
+    while (top->parent())
+        top = top->parent();
+    if (top != action &&
+        (top == QCoreApplication::instance() || top->isWidgetType() || top->isWindowType()))
+        return nullptr;
+    for (QObject *associated : action->associatedObjects())
+        if (associated->isWidgetType())
+            return static_cast<QWidget *>(associated);
+    return nullptr;
+}
+
 } // namespace
 
 bool QtObjectTree::isAgentObject(const QObject *object)
@@ -99,6 +121,9 @@ void QtObjectTree::appendChildren(QObject *object, QList<QObject *> *out)
     // below a widget.
     if (object->isWidgetType()) {
         out->append(object->children());
+        for (QAction *action : static_cast<QWidget *>(object)->actions())
+            if (adoptingWidget(action) == object)
+                out->append(action);
         return;
     }
     if (QtQuickSupport::appendChildren(object, out))
@@ -122,6 +147,8 @@ QObject *QtObjectTree::parent(QObject *object)
     QObject *quickParent = nullptr;
     if (QtQuickSupport::parent(object, &quickParent))
         return quickParent;
+    if (QWidget *adopter = adoptingWidget(object))
+        return adopter;
     return object->parent();
 }
 

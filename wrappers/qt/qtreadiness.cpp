@@ -68,6 +68,13 @@ bool isEnabled(const QObject *object)
 // Quick items only where they say so.
 QRect shownPart(QObject *object, QRect bounds, bool part)
 {
+    // A window (a popup menu, a dialog) is not clipped by the widgets it
+    // belongs to.
+    const bool isWindow =
+        object->isWindowType() ||
+        (object->isWidgetType() && static_cast<const QWidget *>(object)->isWindow());
+    if (isWindow && !part)
+        return bounds;
     QObject *window = QtObjectTree::window(object);
     for (QObject *o = part ? object : QtObjectTree::parent(object); o && !bounds.isEmpty();
          o = QtObjectTree::parent(o)) {
