@@ -28,7 +28,7 @@ struct Invocation
     QMap<QString, QString> environment;
 };
 
-struct CommandSpec
+struct CommandInfo
 {
     const char *name;
     const char *synopsis;
@@ -38,7 +38,7 @@ struct CommandSpec
     bool needsApplication;
 };
 
-const CommandSpec Commands[] = {
+const CommandInfo Commands[] = {
     {"launch",
      "launch [--object-map FILE] [--env NAME=VALUE]... [--no-preload] [--timeout S] -- PROGRAM "
      "[ARGS...]",
@@ -90,11 +90,11 @@ const CommandSpec Commands[] = {
     {"quit", "quit", "Ends the application.", 0, 0, true},
 };
 
-const CommandSpec *specOf(const QString &name)
+const CommandInfo *infoOf(const QString &name)
 {
-    for (const CommandSpec &spec : Commands)
-        if (name == QLatin1String(spec.name))
-            return &spec;
+    for (const CommandInfo &info : Commands)
+        if (name == QLatin1String(info.name))
+            return &info;
     return nullptr;
 }
 
@@ -202,18 +202,18 @@ void CommandExecutor::adopt(std::unique_ptr<RemoteApplication> application)
 QStringList CommandExecutor::commandNames()
 {
     QStringList names;
-    for (const CommandSpec &spec : Commands)
-        names.append(QLatin1String(spec.name));
+    for (const CommandInfo &info : Commands)
+        names.append(QLatin1String(info.name));
     return names;
 }
 
 QString CommandExecutor::help(const QString &command)
 {
-    const CommandSpec *spec = specOf(command);
-    if (!spec)
+    const CommandInfo *info = infoOf(command);
+    if (!info)
         return QString();
     return QStringLiteral("usage: tolvex %1\n\n%2\n")
-        .arg(QLatin1String(spec->synopsis), QLatin1String(spec->description));
+        .arg(QLatin1String(info->synopsis), QLatin1String(info->description));
 }
 
 QStringList CommandExecutor::splitWords(const QString &line, QString *error)
@@ -326,32 +326,32 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
 {
     if (words.isEmpty() || words.first().isEmpty())
         return CommandOutcome::failure(QStringLiteral("No command given"));
-    const CommandSpec *spec = specOf(words.first());
-    if (!spec)
+    const CommandInfo *info = infoOf(words.first());
+    if (!info)
         return CommandOutcome::failure(
             QStringLiteral("Unknown command '%1'; the commands are: %2")
                 .arg(words.first(), commandNames().join(QStringLiteral(", "))));
     const FunctionCallResult<Invocation> parsed = parseWords(words);
     if (parsed.isError())
         return CommandOutcome::failure(
-            QStringLiteral("%1: %2").arg(QLatin1String(spec->name), parsed.error));
+            QStringLiteral("%1: %2").arg(QLatin1String(info->name), parsed.error));
     const Invocation &call = parsed.value;
-    if (call.args.size() < spec->minArgs ||
-        (spec->maxArgs >= 0 && call.args.size() > spec->maxArgs))
+    if (call.args.size() < info->minArgs ||
+        (info->maxArgs >= 0 && call.args.size() > info->maxArgs))
         return CommandOutcome::failure(
-            QStringLiteral("usage: tolvex %1").arg(QLatin1String(spec->synopsis)));
-    if (spec->needsApplication && (!m_application || !m_application->isRunning()))
+            QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
+    if (info->needsApplication && (!m_application || !m_application->isRunning()))
         return CommandOutcome::failure(m_application
                                            ? QStringLiteral("The application %1; launch it again")
                                                  .arg(m_application->endDescription())
                                            : QStringLiteral("No application: launch one first"));
 
-    const QString command = QLatin1String(spec->name);
+    const QString command = QLatin1String(info->name);
     const auto fail = [&](const QString &error) { return CommandOutcome::failure(error); };
 
     if (command == QLatin1String("launch")) {
         if (call.rest.isEmpty())
-            return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(spec->synopsis)));
+            return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
         LaunchOptions options;
         options.program = call.rest.first();
         options.arguments = call.rest.mid(1);
