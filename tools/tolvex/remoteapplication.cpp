@@ -234,6 +234,15 @@ bool RemoteApplication::send(const QString &function, const ArgumentList &args)
     return m_server->send(function, args) >= 0;
 }
 
+QList<ArgumentList> RemoteApplication::received(const QString &function) const
+{
+    QList<ArgumentList> found;
+    for (const ApplicationServer::Message &message : m_server->messages())
+        if (message.function == function)
+            found.append(message.args);
+    return found;
+}
+
 QString RemoteApplication::lastError()
 {
     const FunctionCallResult<ArgumentList> error = call(QStringLiteral("getLastError"));

@@ -65,6 +65,9 @@ public:
                                           int timeoutMs = -1);
     // A send: no answer comes. False when the application is not reachable.
     bool send(const QString &function, const ArgumentList &args = {});
+    // The arguments of what the application sent or broadcast under that
+    // name, oldest first ("recordEvent", "log", ...).
+    QList<ArgumentList> received(const QString &function) const;
     // The first value of the answer, or the agent's last error when the
     // answer is empty or null.
     FunctionCallResult<QVariant> value(const QString &function, const ArgumentList &args = {});
