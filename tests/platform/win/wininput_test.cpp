@@ -1,3 +1,4 @@
+#include "dragwiggle.h"
 #include "recordingchannel.h"
 #include "specialkeys.h"
 #include "user32module_win.h"
@@ -540,7 +541,7 @@ WIN_TEST(dragBeginPressesThenWigglesTwice)
     int x = 200;
     int y = 300;
     for (int i = 0; i < 20; ++i) {
-        const Step &step = dragWiggleTable[size_t(i % 10)];
+        const Tolvex::DragWiggle::Step &step = Tolvex::DragWiggle::Steps[size_t(i % 10)];
         const int scaleX = i < 10 ? 1 : dragX;
         const int scaleY = i < 10 ? 1 : dragY;
         x += step.dx * scaleX;
@@ -603,7 +604,7 @@ WIN_TEST(animatedDropGlidesMovesWigglesAndHoldsModifiers)
     int x = 400;
     int y = 300;
     for (int i = 0; i < 10; ++i) {
-        const Step &step = dragWiggleTable[size_t(9 - i)];
+        const Tolvex::DragWiggle::Step &step = Tolvex::DragWiggle::Steps[size_t(9 - i)];
         x += step.dx;
         y += step.dy;
         checkPause(events[size_t(64 + 2 * i)], 10);

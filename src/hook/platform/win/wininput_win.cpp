@@ -1,5 +1,6 @@
 #include "wininput_win.h"
 
+#include "dragwiggle.h"
 #include "specialkeys.h"
 #include "user32module_win.h"
 #include "winerror_win.h"
@@ -542,13 +543,13 @@ Error Input::pointerDragAndDropBegin(int x, int y, int button)
     // makes the application start a drag.
     int px = x;
     int py = y;
-    for (const Step &step : dragWiggleTable) {
+    for (const DragWiggle::Step &step : DragWiggle::Steps) {
         px += step.dx;
         py += step.dy;
         m_channel.sleep(DragPace);
         sendOne(absoluteMouseInput(px, py));
     }
-    for (const Step &step : dragWiggleTable) {
+    for (const DragWiggle::Step &step : DragWiggle::Steps) {
         px += step.dx * dragX;
         py += step.dy * dragY;
         m_channel.sleep(DragPace);
@@ -589,7 +590,7 @@ Error Input::pointerDragAndDropEnd(int x, int y, int button, int modifiers, bool
         return "Failed sending fake mouse move event";
     int px = x;
     int py = y;
-    for (auto step = dragWiggleTable.rbegin(); step != dragWiggleTable.rend(); ++step) {
+    for (auto step = DragWiggle::Steps.rbegin(); step != DragWiggle::Steps.rend(); ++step) {
         px += step->dx;
         py += step->dy;
         m_channel.sleep(DragPace);

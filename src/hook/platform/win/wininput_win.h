@@ -110,25 +110,6 @@ extern const std::array<ScanCodeRow, 125> ScanCodeTable;
 // The row of a code; virtual key 0 when the table has none.
 ScanCodeRow scanCodeToVirtualKey(unsigned code);
 
-// The steps walked around a drag's start and end.
-struct Step
-{
-    int dx;
-    int dy;
-};
-inline constexpr std::array<Step, 10> dragWiggleTable{{
-    {0, -1},
-    {1, 0},
-    {0, 1},
-    {0, 1},
-    {-1, 0},
-    {-1, 0},
-    {0, -1},
-    {0, -1},
-    {1, 0},
-    {0, 1},
-}};
-
 // One touch contact at a pixel: pressed (type 0) or lifted (type 2).
 POINTER_TOUCH_INFO touchRecord(int type, int x, int y);
 

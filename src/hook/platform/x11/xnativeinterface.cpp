@@ -1,6 +1,7 @@
 #include "xnativeinterface.h"
 
 #include "command.h"
+#include "dragwiggle.h"
 #include "keysequences.h"
 #include "toolkiteventwatch.h"
 #include "x11logging.h"
@@ -39,20 +40,6 @@ using Result = FunctionCallResult<void>;
 using namespace std::chrono_literals;
 
 namespace {
-
-// The steps around a drag's start and end.
-constexpr std::array<std::array<int, 2>, 10> DragWiggle{{
-    {0, -1},
-    {1, 0},
-    {0, 1},
-    {0, 1},
-    {-1, 0},
-    {-1, 0},
-    {0, -1},
-    {0, -1},
-    {1, 0},
-    {0, 1},
-}};
 
 // How long a binding may wait for an application of this process to read
 // the keys sent on it before it changes anyway.
@@ -592,7 +579,7 @@ Result XNativeInterface::pointerDragAndDropBegin(Point<1> point, MouseButton::Va
     // Once in unit steps, then again with the threshold, so that the
     // application sees a drag begin near where the button went down.
     for (int scale : {1, threshold}) {
-        for (const auto &[dx, dy] : DragWiggle) {
+        for (const auto &[dx, dy] : DragWiggle::Steps) {
             px += dx * scale;
             py += dy * scale;
             d->pause(10);
@@ -634,9 +621,9 @@ Result XNativeInterface::pointerDragAndDropEnd(Point<1> point, MouseButton::Valu
         return Result::failure(moveFailed);
     int px = point.x;
     int py = point.y;
-    for (auto step = DragWiggle.rbegin(); step != DragWiggle.rend(); ++step) {
-        px += (*step)[0];
-        py += (*step)[1];
+    for (auto step = DragWiggle::Steps.rbegin(); step != DragWiggle::Steps.rend(); ++step) {
+        px += step->dx;
+        py += step->dy;
         d->pause(10);
         if (!fakePointerMotion(d->x(), px, py))
             return Result::failure(moveFailed);
