@@ -7,16 +7,22 @@
 #include <QQuickWindow>
 #endif
 
-// The wrapper's tests that need a real X server: they drive real widgets
-// of this process through the X11 plug-in of this build, whatever platform
-// the rest of the run uses. Listing the tests needs neither.
+// Both test programs of the wrapper start here. Those that need no real
+// display run on the offscreen platform; those that drive real widgets of
+// this process through the X11 plug-in of this build run on xcb, whatever
+// platform the rest of the run uses (TOLVEX_BUILD_DIR says where the
+// plug-in is). Listing the tests needs neither.
 int main(int argc, char **argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
     if (GTEST_FLAG_GET(list_tests))
         return RUN_ALL_TESTS();
+#ifdef TOLVEX_BUILD_DIR
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("TOLVEX_PREFIX", TOLVEX_BUILD_DIR);
+#else
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+#endif
 #ifdef TOLVEXQT_HAVE_QUICK
     // Quick scenes drawn in this thread by the software renderer, as on
     // machines without a GPU.
