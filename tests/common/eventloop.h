@@ -6,6 +6,7 @@
 
 namespace TestSupport {
 
+using Tolvex::runEventsFor;
 using Tolvex::waitUntil;
 
 } // namespace TestSupport

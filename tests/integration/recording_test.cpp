@@ -58,7 +58,7 @@ TEST(Recording, ARealClickAndRealTypingReachTheServerAsEvents)
 
     // Nothing is recorded before the server asks for it.
     ASSERT_FALSE(submit.value.click().isError());
-    waitUntil([] { return false; }, 300, 50);
+    runEventsFor(300);
     EXPECT_TRUE(recorded(*demo).isEmpty()) << qPrintable(describe(recorded(*demo)));
 
     ASSERT_TRUE(demo->send(QStringLiteral("setEventRecordingEnabled"), {true}));

@@ -103,7 +103,7 @@ TEST(AgentStart, ProgramsWithoutQt6RunUntouchedUnderTheShim)
             EXPECT_TRUE(s.launcher.normalExit());
             statuses[withShim] = s.launcher.exitCode();
             outputs[withShim] = s.output();
-            waitUntil([] { return false; }, 200);
+            runEventsFor(200);
             EXPECT_EQ(s.server.clientCount(), 0);
         }
         EXPECT_EQ(statuses[1], statuses[0]);

@@ -16,6 +16,7 @@
 
 namespace Integration {
 
+using TestSupport::runEventsFor;
 using TestSupport::waitUntil;
 
 inline const QString CompletedLog = QStringLiteral("\tHook-up completed...");

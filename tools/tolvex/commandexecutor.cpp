@@ -168,6 +168,12 @@ QJsonObject CommandOutcome::toJson() const
     return {{QStringLiteral("ok"), true}, {QStringLiteral("value"), value}};
 }
 
+CommandOutcome CommandOutcome::fromJson(const QJsonObject &answer)
+{
+    return {answer.value(QStringLiteral("ok")).toBool(), answer.value(QStringLiteral("value")),
+            answer.value(QStringLiteral("error")).toString()};
+}
+
 QString CommandOutcome::text() const
 {
     if (!ok)
@@ -439,7 +445,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
                 return fail(
                     QStringLiteral("%1 of %2 is %3, not %4")
                         .arg(call.args.at(1), call.args.first(), now.text(), call.args.at(2)));
-            waitUntil([] { return false; }, 50, 50);
+            runEventsFor(50);
         }
     }
     if (command == QLatin1String("set"))
@@ -479,7 +485,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
                 return done(item.value.click());
             if (deadline.hasExpired())
                 return fail(item.error.isEmpty() ? QStringLiteral("No such item") : item.error);
-            waitUntil([] { return false; }, 50, 50);
+            runEventsFor(50);
         }
     }
     if (command == QLatin1String("doubleclick"))

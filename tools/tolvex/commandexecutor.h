@@ -26,6 +26,8 @@ struct CommandOutcome
     // The JSON answer of the script mode: {"ok":true,"value":...} or
     // {"ok":false,"error":"..."}.
     QJsonObject toJson() const;
+    // The outcome a JSON answer stands for.
+    static CommandOutcome fromJson(const QJsonObject &answer);
     // What the command line prints: a string as it is, anything else as JSON.
     QString text() const;
 };

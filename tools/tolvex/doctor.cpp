@@ -31,9 +31,8 @@ Diagnosis diagnose(const LaunchOptions &given)
 {
     Diagnosis result;
     QStringList &say = result.findings;
-    const QString program = QStandardPaths::findExecutable(given.program).isEmpty()
-                                ? given.program
-                                : QStandardPaths::findExecutable(given.program);
+    const QString found = QStandardPaths::findExecutable(given.program);
+    const QString program = found.isEmpty() ? given.program : found;
     if (!QFileInfo(program).isExecutable()) {
         say << QStringLiteral("%1 is not a program that can be run: check the path and that "
                               "it is executable.")

@@ -27,4 +27,9 @@ bool waitUntil(const std::function<bool()> &done, int timeoutMs, int pollMs)
     }
 }
 
+void runEventsFor(int ms)
+{
+    waitUntil([] { return false; }, ms, qMin(ms, 50));
+}
+
 } // namespace Tolvex

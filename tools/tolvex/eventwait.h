@@ -11,4 +11,8 @@ namespace Tolvex {
 // Deferred deletes are processed on the way.
 bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000, int pollMs = 10);
 
+// Runs the event loop for that long, as a pause between polls that still
+// serves what arrives.
+void runEventsFor(int ms);
+
 } // namespace Tolvex

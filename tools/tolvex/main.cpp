@@ -226,10 +226,7 @@ int runSessionCommand(QStringList words)
         err() << "tolvex " << command << ": " << answer.error << Qt::endl;
         return 1;
     }
-    CommandOutcome outcome;
-    outcome.ok = answer.value.value(QStringLiteral("ok")).toBool();
-    outcome.value = answer.value.value(QStringLiteral("value"));
-    outcome.error = answer.value.value(QStringLiteral("error")).toString();
+    const CommandOutcome outcome = CommandOutcome::fromJson(answer.value);
     if (!outcome.ok) {
         err() << "tolvex " << command << ": " << outcome.error << Qt::endl;
         return 1;

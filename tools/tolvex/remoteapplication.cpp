@@ -372,7 +372,7 @@ RemoteApplication::waitForObject(const QString &name, int timeoutMs, Readiness r
                           QStringLiteral("The application %1").arg(endDescription()));
         if (deadline.hasExpired())
             break;
-        waitUntil([] { return false; }, 50, 50);
+        runEventsFor(50);
     }
     if (found)
         return Result(RemoteObject(), why);

@@ -240,18 +240,23 @@ FunctionCallResult<void> RemoteObject::press(bool down, const QPoint *at) const
     return {};
 }
 
+FunctionCallResult<void> RemoteObject::clickAt(const QPoint *at) const
+{
+    // The release goes out even when the press failed, so that no button
+    // stays down; the first error is the one told.
+    const FunctionCallResult<void> pressed = press(true, at);
+    const FunctionCallResult<void> released = press(false, at);
+    return pressed.isError() ? pressed : released;
+}
+
 FunctionCallResult<void> RemoteObject::click() const
 {
-    FunctionCallResult<void> result = press(true, nullptr);
-    const FunctionCallResult<void> released = press(false, nullptr);
-    return result.isError() ? result : released;
+    return clickAt(nullptr);
 }
 
 FunctionCallResult<void> RemoteObject::click(QPoint at) const
 {
-    FunctionCallResult<void> result = press(true, &at);
-    const FunctionCallResult<void> released = press(false, &at);
-    return result.isError() ? result : released;
+    return clickAt(&at);
 }
 
 FunctionCallResult<void> RemoteObject::doubleClick() const

@@ -62,6 +62,7 @@ public:
 
 private:
     FunctionCallResult<void> press(bool down, const QPoint *at) const;
+    FunctionCallResult<void> clickAt(const QPoint *at) const;
 
     RemoteApplication *m_application = nullptr;
     int m_id = 0;

@@ -170,7 +170,7 @@ int serve(const QString &name, const QStringList &launchWords)
     // No new requests; the last answer still gets out.
     server.close();
     QFile::remove(socketPath(name));
-    waitUntil([] { return false; }, 200, 50);
+    runEventsFor(200);
     return 0;
 }
 
