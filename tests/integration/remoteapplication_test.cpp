@@ -143,3 +143,28 @@ TEST(RemoteApplication, TwoApplicationsAtOnceAndACrashSaidAsSuch)
     EXPECT_EQ(gone.error, QStringLiteral("The application crashed"));
     EXPECT_EQ(b.value.property(QStringLiteral("value")).value, QVariant(2));
 }
+
+TEST(RemoteApplication, AnApplicationThatStopsAnsweringTimesOutAndItsLateAnswerHarmsNothing)
+{
+    QString error;
+    std::unique_ptr<RemoteApplication> aut = launchTestAut({}, &error);
+    ASSERT_TRUE(aut) << qPrintable(error);
+    const FunctionCallResult<RemoteObject> counter =
+        aut->waitForObject(QStringLiteral("{name='counter'}"), 5000);
+    ASSERT_FALSE(counter.isError()) << qPrintable(counter.error);
+    const int value =
+        aut->classes().property(counter.value.classId(), QStringLiteral("value"))->id();
+
+    // Stopped, the application answers nothing: the call gives up in time.
+    ASSERT_EQ(::kill(pid_t(aut->processId()), SIGSTOP), 0);
+    const FunctionCallResult<ArgumentList> stalled =
+        aut->call(QStringLiteral("getProperty"), {counter.value.id(), value}, 300);
+    EXPECT_EQ(stalled.error, QStringLiteral("No answer to getProperty within 0.3 s"));
+
+    // Going on, it answers the old call late, which nobody waits for, and
+    // the next calls are answered as before.
+    ASSERT_EQ(::kill(pid_t(aut->processId()), SIGCONT), 0);
+    EXPECT_EQ(counter.value.property(QStringLiteral("value")).value, QVariant(7));
+    EXPECT_EQ(counter.value.property(QStringLiteral("value")).value, QVariant(7));
+    EXPECT_TRUE(aut->isRunning());
+}
