@@ -7,6 +7,11 @@
 #include "serializable.h"
 
 #include <QDataStream>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -72,4 +77,111 @@ TEST(Recording, ARealClickAndRealTypingReachTheServerAsEvents)
     EXPECT_TRUE(events.contains(QStringLiteral("Ada"))) << qPrintable(events);
     EXPECT_TRUE(events.contains(QStringLiteral("objectName='name'"))) << qPrintable(events);
     demo->quit();
+}
+
+namespace {
+
+// The tool as a tester runs it, against sessions of this test only.
+class RecordCommand : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_FALSE(qEnvironmentVariableIsEmpty("DISPLAY")) << "needs an X display";
+        m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
+        m_environment.insert(QStringLiteral("TOLVEX_PREFIX"), QStringLiteral(TOLVEX_BUILD_PREFIX));
+        m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    }
+
+    void TearDown() override { tolvex({QStringLiteral("quit")}); }
+
+    void start(QProcess *process, const QStringList &arguments)
+    {
+        process->setProcessEnvironment(m_environment);
+        process->start(QStringLiteral(TOLVEX_PATH),
+                       arguments.mid(0, 1) + m_session + arguments.mid(1));
+    }
+
+    // Exit code and standard output; the error line goes with a failure.
+    std::pair<int, QString> tolvex(const QStringList &arguments)
+    {
+        QProcess process;
+        start(&process, arguments);
+        if (!process.waitForFinished(120000))
+            process.kill();
+        const QString err = QString::fromUtf8(process.readAllStandardError());
+        if (process.exitCode() != 0)
+            ADD_FAILURE() << qPrintable(arguments.join(QLatin1Char(' '))) << ": "
+                          << qPrintable(err);
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()).trimmed()};
+    }
+
+    QTemporaryDir m_runtime;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
+    const QStringList m_session{QStringLiteral("--session"), QStringLiteral("rec")};
+};
+
+} // namespace
+
+TEST_F(RecordCommand, PrintsEachActionWithACommandThatReplaysIt)
+{
+    ASSERT_EQ(
+        tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)})
+            .first,
+        0);
+    const QString field = QStringLiteral("{objectName='name' type='QLineEdit'}");
+    const QString submit = QStringLiteral("{objectName='submit' type='QPushButton'}");
+
+    // The recorder polls the session while other shells' commands run in
+    // the same session.
+    QProcess recorder;
+    start(&recorder, {QStringLiteral("record"), QStringLiteral("--json")});
+    recorder.setReadChannel(QProcess::StandardError);
+    ASSERT_TRUE(recorder.waitForReadyRead(30000)) << "no word from the recorder";
+    runEventsFor(500);
+    tolvex({QStringLiteral("type"), field, QStringLiteral("Ada")});
+    // Upper case letters between keys come out as upper case.
+    tolvex({QStringLiteral("key"), field, QStringLiteral("<Ctrl+a>Bob")});
+    EXPECT_EQ(tolvex({QStringLiteral("get"), field, QStringLiteral("text")}).second,
+              QStringLiteral("Bob"));
+    tolvex({QStringLiteral("click"), submit});
+
+    // Ctrl+C ends the recording; what the application still held comes out.
+    recorder.terminate();
+    ASSERT_TRUE(recorder.waitForFinished(30000));
+    EXPECT_EQ(recorder.exitCode(), 0) << recorder.readAllStandardError().constData();
+    QList<QJsonObject> events;
+    const QString all = QString::fromUtf8(recorder.readAllStandardOutput());
+    for (const QString &line : all.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        events.append(QJsonDocument::fromJson(line.toUtf8()).object());
+    const auto commandOf = [&](const QString &event, const QString &argument) {
+        for (const QJsonObject &e : events)
+            if (e.value(QStringLiteral("event")).toString() == event &&
+                (argument.isEmpty() ||
+                 e.value(QStringLiteral("arguments")).toArray().first().toString() == argument)) {
+                const QJsonObject command = e.value(QStringLiteral("command")).toObject();
+                QStringList words{command.value(QStringLiteral("command")).toString()};
+                for (const QJsonValue &arg : command.value(QStringLiteral("args")).toArray())
+                    words.append(arg.toString());
+                return words;
+            }
+        return QStringList();
+    };
+    const QStringList typed = commandOf(QStringLiteral("type"), QStringLiteral("Ada"));
+    ASSERT_EQ(typed.value(0), QStringLiteral("type")) << qPrintable(all);
+    EXPECT_TRUE(typed.value(1).contains(QStringLiteral("objectName='name'"))) << qPrintable(all);
+    const QStringList keyed = commandOf(QStringLiteral("type"), QStringLiteral("<Ctrl+a>Bob"));
+    ASSERT_EQ(keyed.value(0), QStringLiteral("key")) << qPrintable(all);
+    const QStringList clicked = commandOf(QStringLiteral("clickButton"), QString());
+    ASSERT_EQ(clicked.value(0), QStringLiteral("click")) << qPrintable(all);
+
+    // The commands do the same again.
+    tolvex({QStringLiteral("set"), field, QStringLiteral("text"), QStringLiteral("x")});
+    tolvex(keyed);
+    EXPECT_EQ(tolvex({QStringLiteral("get"), field, QStringLiteral("text")}).second,
+              QStringLiteral("Bob"));
+    tolvex(typed);
+    EXPECT_EQ(tolvex({QStringLiteral("get"), field, QStringLiteral("text")}).second,
+              QStringLiteral("BobAda"));
+    EXPECT_EQ(tolvex(clicked).first, 0);
 }

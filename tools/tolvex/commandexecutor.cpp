@@ -1,6 +1,7 @@
 #include "commandexecutor.h"
 
 #include "eventwait.h"
+#include "recordedaction.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -26,6 +27,13 @@ struct Invocation
     QString objectMap;
     bool noPreload = false;
     QMap<QString, QString> environment;
+    // Pointer commands.
+    PointerAction pointer;
+    bool doubleClick = false;
+    // record.
+    int forMs = 0;
+    qsizetype from = -1;
+    bool stop = false;
 };
 
 struct CommandInfo
@@ -66,14 +74,18 @@ const CommandInfo Commands[] = {
      "Waits until the property of the object reads VALUE (as text), and fails with the value "
      "it has when the time is up.",
      3, 3, true},
-    {"click", "click NAME [X Y]",
+    {"click", "click NAME [X Y] [--button left|middle|right] [--modifiers Control+Shift...]",
      "Clicks the object at its centre, or X, Y pixels from its top left corner, once it is "
-     "ready.",
+     "ready; with the left button unless --button says otherwise, and with the modifiers "
+     "(Control, Shift, Alt, Win, Command) held.",
      1, 3, true},
-    {"doubleclick", "doubleclick NAME", "Double-clicks the object, once it is ready.", 1, 1, true},
-    {"clickitem", "clickitem NAME TEXT | clickitem NAME ROW COLUMN",
+    {"doubleclick", "doubleclick NAME [X Y] [--button B] [--modifiers M]",
+     "Double-clicks the object, once it is ready, where and how click does.", 1, 3, true},
+    {"clickitem",
+     "clickitem NAME TEXT | clickitem NAME ROW COLUMN [--double] [--button B] [--modifiers M]",
      "Clicks an item of the item view NAME (a list, a table, a tree) by its text, or by row "
-     "and column counted from 0, once the item is ready; the view scrolls to it first.",
+     "and column counted from 0, once the item is ready; the view scrolls to it first. "
+     "--double double-clicks it.",
      2, 3, true},
     {"type", "type NAME TEXT", "Clicks the object, once it is ready, and types TEXT into it.", 2, 2,
      true},
@@ -87,6 +99,14 @@ const CommandInfo Commands[] = {
      1, 1, true},
     {"screenshot", "screenshot NAME -o FILE.png",
      "Writes a picture of the object, as it is on the screen, to FILE.png.", 1, 1, true},
+    {"record", "record [--for S] [--json] | record --stop",
+     "Turns recording on and prints the user's actions in the application as they happen: "
+     "each as the event the application recorded, and as the command that replays it. Stops "
+     "after S seconds, or on Ctrl+C, and turns recording off. In a script, \"record --for S\" "
+     "answers the actions of those S seconds as {\"events\":[...],\"next\":N}, and "
+     "\"record --from N\" the ones since an earlier answer; \"record --stop\" turns recording "
+     "off and answers what came last.",
+     0, 0, true},
     {"quit", "quit", "Ends the application.", 0, 0, true},
 };
 
@@ -152,6 +172,34 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             call.environment.insert(value.value.left(equals), value.value.mid(equals + 1));
         } else if (word == QLatin1String("--no-preload")) {
             call.noPreload = true;
+        } else if (word == QLatin1String("--double")) {
+            call.doubleClick = true;
+        } else if (word == QLatin1String("--stop")) {
+            call.stop = true;
+        } else if (word == QLatin1String("--button")) {
+            const FunctionCallResult<QString> value = next("--button");
+            call.pointer.button = mouseButtonValue(value.value);
+            if (value.isError() || call.pointer.button < 0)
+                return Result(call, QStringLiteral("--button is left, middle or right"));
+        } else if (word == QLatin1String("--modifiers")) {
+            const FunctionCallResult<QString> value = next("--modifiers");
+            call.pointer.modifiers = modifierWord(value.value);
+            if (value.isError() || call.pointer.modifiers < 0)
+                return Result(call, QStringLiteral("--modifiers is Control, Shift, Alt, Win or "
+                                                   "Command, joined by +"));
+        } else if (word == QLatin1String("--for")) {
+            const FunctionCallResult<QString> value = next("--for");
+            bool ok = false;
+            const double seconds = value.value.toDouble(&ok);
+            if (value.isError() || !ok || seconds < 0 || seconds > 24 * 3600)
+                return Result(call, QStringLiteral("--for needs a number of seconds"));
+            call.forMs = int(seconds * 1000);
+        } else if (word == QLatin1String("--from")) {
+            const FunctionCallResult<QString> value = next("--from");
+            bool ok = false;
+            call.from = value.value.toLongLong(&ok);
+            if (value.isError() || !ok || call.from < 0)
+                return Result(call, QStringLiteral("--from needs a count of events"));
         } else {
             call.args.append(word);
         }
@@ -380,7 +428,11 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         m_application = std::move(launched);
         return {true, QStringLiteral("%1 hooked up").arg(options.program), {}};
     }
+    if (command == QLatin1String("record"))
+        return record(call.forMs, call.from, call.stop);
     if (command == QLatin1String("quit")) {
+        if (m_recording)
+            record(0, -1, true);
         m_application->quit();
         return {true, m_application->endDescription(), {}};
     }
@@ -457,15 +509,19 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         const FunctionCallResult<QVariant> value = object.call(call.args.at(1), arguments);
         return value.isError() ? fail(value.error) : CommandOutcome{true, jsonOf(value.value), {}};
     }
-    if (command == QLatin1String("click")) {
-        if (call.args.size() == 1)
-            return done(object.click());
-        bool xOk = false;
-        bool yOk = false;
-        const QPoint at(call.args.value(1).toInt(&xOk), call.args.value(2).toInt(&yOk));
-        if (!xOk || !yOk)
-            return fail(QStringLiteral("click: X and Y are whole numbers of pixels"));
-        return done(object.click(at));
+    if (command == QLatin1String("click") || command == QLatin1String("doubleclick")) {
+        PointerAction how = call.pointer;
+        if (call.args.size() == 2)
+            return fail(QStringLiteral("%1: X and Y go together").arg(command));
+        if (call.args.size() == 3) {
+            bool xOk = false;
+            bool yOk = false;
+            how.at = QPoint(call.args.at(1).toInt(&xOk), call.args.at(2).toInt(&yOk));
+            if (!xOk || !yOk)
+                return fail(QStringLiteral("%1: X and Y are whole numbers of pixels").arg(command));
+        }
+        return done(command == QLatin1String("click") ? object.click(how)
+                                                      : object.doubleClick(how));
     }
     if (command == QLatin1String("clickitem")) {
         // The item may be a moment behind the view: wait for it as for
@@ -482,14 +538,13 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
             const FunctionCallResult<RemoteObject> item =
                 call.args.size() == 3 ? object.item(row, column) : object.item(call.args.at(1));
             if (!item.isError() && !item.value.isNull())
-                return done(item.value.click());
+                return done(call.doubleClick ? item.value.doubleClick(call.pointer)
+                                             : item.value.click(call.pointer));
             if (deadline.hasExpired())
                 return fail(item.error.isEmpty() ? QStringLiteral("No such item") : item.error);
             runEventsFor(50);
         }
     }
-    if (command == QLatin1String("doubleclick"))
-        return done(object.doubleClick());
     if (command == QLatin1String("type"))
         return done(object.type(call.args.at(1)));
     if (command == QLatin1String("key"))
@@ -505,6 +560,47 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return {true, call.output, {}};
     }
     return fail(QStringLiteral("%1 is not done here").arg(command));
+}
+
+CommandOutcome CommandExecutor::record(int forMs, qsizetype from, bool stop)
+{
+    const QString events = QStringLiteral("recordEvent");
+    if (from < 0)
+        from = m_application->received(events).size();
+    if (stop) {
+        if (m_recording) {
+            // The agent sends what it still holds (a click that might have
+            // become a double click, typing that might have gone on), then
+            // says it is done; the connection keeps the order.
+            const QString submitted = QStringLiteral("recordingSubmitted");
+            const qsizetype before = m_application->received(submitted).size();
+            m_application->send(QStringLiteral("stopRecord"));
+            m_application->send(QStringLiteral("setEventRecordingEnabled"), {false});
+            m_recording = false;
+            waitUntil([&] { return m_application->received(submitted).size() > before; }, 3000);
+        }
+    } else {
+        if (!m_recording &&
+            !m_application->send(QStringLiteral("setEventRecordingEnabled"), {true}))
+            return CommandOutcome::failure(QStringLiteral("The application cannot be reached"));
+        m_recording = true;
+        runEventsFor(forMs);
+    }
+    const QList<ArgumentList> received = m_application->received(events);
+    QJsonArray actions;
+    for (qsizetype i = from; i < received.size(); ++i) {
+        const FunctionCallResult<RecordedAction> action =
+            RecordedAction::fromWire(received.at(i).value(0).toByteArray());
+        if (action.isError())
+            actions.append(QJsonObject{{QStringLiteral("error"), action.error}});
+        else
+            actions.append(action.value.toJson());
+    }
+    return {true,
+            QJsonObject{{QStringLiteral("events"), actions},
+                        {QStringLiteral("next"), qint64(received.size())},
+                        {QStringLiteral("recording"), m_recording}},
+            {}};
 }
 
 } // namespace Tolvex

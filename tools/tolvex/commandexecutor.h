@@ -62,7 +62,12 @@ public:
     static QStringList splitWords(const QString &line, QString *error);
 
 private:
+    // Turns recording on, waits, and answers the events from the index
+    // from on (or those of the wait); with stop, turns it off instead.
+    CommandOutcome record(int forMs, qsizetype from, bool stop);
+
     std::unique_ptr<RemoteApplication> m_application;
+    bool m_recording = false;
     QString m_applicationOutput;
 };
 

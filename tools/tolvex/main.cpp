@@ -7,6 +7,7 @@
 #include "doctor.h"
 #include "ipchandshake.h"
 #include "messagechannel.h"
+#include "recordedaction.h"
 #include "session.h"
 #include "tcpmessagechannel.h"
 #include "tcpmessagingserver.h"
@@ -23,6 +24,7 @@
 #include <QTextStream>
 #include <QTimer>
 
+#include <csignal>
 #include <cstdio>
 
 using namespace Tolvex;
@@ -237,6 +239,136 @@ int runSessionCommand(QStringList words)
     return 0;
 }
 
+volatile std::sig_atomic_t stopRequested = 0;
+
+extern "C" void requestStop(int)
+{
+    stopRequested = 1;
+}
+
+// Prints the actions of a record answer, and gives the index to ask from
+// next.
+qint64 printRecorded(const QJsonObject &answer, bool json, qint64 *count)
+{
+    const QJsonObject value = answer.value(QStringLiteral("value")).toObject();
+    for (const QJsonValue &entry : value.value(QStringLiteral("events")).toArray()) {
+        const QJsonObject event = entry.toObject();
+        if (json) {
+            out() << QString::fromUtf8(QJsonDocument(event).toJson(QJsonDocument::Compact))
+                  << Qt::endl;
+        } else if (event.contains(QStringLiteral("error"))) {
+            out() << "# " << event.value(QStringLiteral("error")).toString() << Qt::endl;
+        } else {
+            // The JSON form holds everything; the two lines are made from it.
+            RecordedAction action;
+            action.time = event.value(QStringLiteral("time")).toString();
+            action.event = event.value(QStringLiteral("event")).toString();
+            action.object = event.value(QStringLiteral("object")).toString();
+            action.arguments = event.value(QStringLiteral("arguments")).toArray().toVariantList();
+            const QJsonObject command = event.value(QStringLiteral("command")).toObject();
+            if (!command.isEmpty()) {
+                action.replay.append(command.value(QStringLiteral("command")).toString());
+                for (const QJsonValue &arg : command.value(QStringLiteral("args")).toArray())
+                    action.replay.append(arg.toString());
+            }
+            action.note = event.value(QStringLiteral("note")).toString();
+            const QString time =
+                action.time.isEmpty() ? QStringLiteral("--:--:--.---") : action.time;
+            out() << time << "  " << action.eventText() << Qt::endl
+                  << QString(time.size(), QLatin1Char(' ')) << "  " << action.commandLine()
+                  << Qt::endl;
+        }
+        ++*count;
+    }
+    return value.value(QStringLiteral("next")).toInteger();
+}
+
+// record: asks the session for the actions recorded since the last answer,
+// a few times a second, and prints them until the time is up, Ctrl+C, or
+// the application ends; then turns recording off.
+int runRecord(QStringList words)
+{
+    if (asksForHelp(words)) {
+        out() << CommandExecutor::help(QStringLiteral("record"))
+              << "\nOptions: --session NAME (default \"" << Session::DefaultName
+              << "\"), --json (one JSON object a line)." << Qt::endl;
+        return 0;
+    }
+    const QString session = takeSession(&words);
+    const bool json = words.removeAll(QStringLiteral("--json")) > 0;
+    const auto ask = [&](const QStringList &request) {
+        return Session::request(
+            session, {{QStringLiteral("words"), QJsonArray::fromStringList(request)}}, 60000);
+    };
+    const auto failed = [&](const FunctionCallResult<QJsonObject> &answer) -> QString {
+        if (answer.isError())
+            return answer.error;
+        const CommandOutcome outcome = CommandOutcome::fromJson(answer.value);
+        return outcome.ok ? QString() : outcome.error;
+    };
+    int totalMs = -1;
+    const qsizetype forAt = words.indexOf(QStringLiteral("--for"));
+    if (forAt > 0) {
+        bool ok = false;
+        const double seconds = words.value(forAt + 1).toDouble(&ok);
+        if (!ok || seconds < 0 || seconds > 24 * 3600) {
+            err() << "tolvex record: --for needs a number of seconds" << Qt::endl;
+            return 1;
+        }
+        totalMs = int(seconds * 1000);
+        words.remove(forAt, 2);
+    }
+    if (words.size() > 1) {
+        // "--stop", "--from N": one request, as a script sends it.
+        const FunctionCallResult<QJsonObject> answer = ask(words);
+        if (const QString error = failed(answer); !error.isEmpty()) {
+            err() << "tolvex record: " << error << Qt::endl;
+            return 1;
+        }
+        qint64 count = 0;
+        printRecorded(answer.value, json, &count);
+        return 0;
+    }
+    std::signal(SIGINT, requestStop);
+    std::signal(SIGTERM, requestStop);
+    err() << "Recording in session '" << session << "': act in the application; "
+          << (totalMs >= 0
+                  ? QStringLiteral("it ends after %1 s or on Ctrl+C.").arg(double(totalMs) / 1000.0)
+                  : QStringLiteral("Ctrl+C ends it."))
+          << Qt::endl;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    qint64 count = 0;
+    qint64 next = -1;
+    QString error;
+    while (!stopRequested && (totalMs < 0 || elapsed.elapsed() < totalMs)) {
+        QStringList request{QStringLiteral("record"), QStringLiteral("--for"),
+                            QStringLiteral("0.2")};
+        if (next >= 0)
+            request << QStringLiteral("--from") << QString::number(next);
+        const FunctionCallResult<QJsonObject> answer = ask(request);
+        error = failed(answer);
+        if (!error.isEmpty())
+            break;
+        next = printRecorded(answer.value, json, &count);
+    }
+    if (error.isEmpty()) {
+        QStringList request{QStringLiteral("record"), QStringLiteral("--stop")};
+        if (next >= 0)
+            request << QStringLiteral("--from") << QString::number(next);
+        const FunctionCallResult<QJsonObject> answer = ask(request);
+        error = failed(answer);
+        if (error.isEmpty())
+            printRecorded(answer.value, json, &count);
+    }
+    err() << count << (count == 1 ? " action" : " actions") << " recorded" << Qt::endl;
+    if (!error.isEmpty()) {
+        err() << "tolvex record: " << error << Qt::endl;
+        return 1;
+    }
+    return 0;
+}
+
 // ${NAME} in a line of a script file stands for the environment variable,
 // so that one script serves any build directory or data folder.
 QString expandVariables(const QString &line)
@@ -393,6 +525,8 @@ int main(int argc, char **argv)
             out() << name << Qt::endl;
         return 0;
     }
+    if (first == QLatin1String("record"))
+        return runRecord(words);
     if (CommandExecutor::commandNames().contains(first))
         return runSessionCommand(words);
     if (first == QLatin1String("doctor"))
@@ -409,11 +543,14 @@ int main(int argc, char **argv)
         "\n"
         "Driving an application, each command with --help:\n"
         "  launch    start a program with the agent in a session: launch -- PROGRAM\n"
-        "  objects, find, get, set, call, click, doubleclick, type, key, wait,\n"
-        "  screenshot, quit\n"
+        "  objects, find, get, set, call, expect, click, doubleclick, clickitem,\n"
+        "  type, key, wait, screenshot, quit\n"
         "            act on the session's application by object names\n"
+        "  record    print the user's actions as events and as the commands that\n"
+        "            replay them\n"
         "  sessions  list the running sessions\n"
-        "  script    run a file of commands, or JSON requests from standard input"));
+        "  script    run a file of commands, or JSON requests from standard input\n"
+        "  doctor    start a program with the agent and say why it hooks up or not"));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("demo, serve, connect or run"));

@@ -8,6 +8,7 @@
 #include "classcatalogue.h"
 #include "remoteobject.h"
 
+#include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
 #include <QString>
@@ -82,6 +83,11 @@ public:
     // The real names of every object, depth first, up to a limit.
     QStringList realNames(int limit = 5000);
 
+    // A click on the object that a moment ago had one would make the
+    // application see a double click: this waits until it would not.
+    void settleBeforeClick(int objectId);
+    void noteClick(int objectId);
+
     const ClassCatalogue &classes() const { return m_classes; }
     RemoteObject objectFromWire(const QVariant &wire);
     // Gives the agent's handle for an object back.
@@ -104,6 +110,8 @@ private:
     ClassCatalogue m_classes;
     int m_timeoutMs = DefaultTimeoutMs;
     int m_appId = 0;
+    QElapsedTimer m_lastClick;
+    int m_lastClickedObject = 0;
 };
 
 } // namespace Tolvex

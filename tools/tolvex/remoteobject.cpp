@@ -228,41 +228,55 @@ FunctionCallResult<RemoteObject> RemoteObject::item(int row, int column) const
                                             found.error);
 }
 
-FunctionCallResult<void> RemoteObject::press(bool down, const QPoint *at) const
+FunctionCallResult<void> RemoteObject::press(bool down, const PointerAction &how) const
 {
-    // Flags: 1 the object is given, 8 the position too; the button is the
-    // default one.
+    // Flags: 1 the object is given, 2 the modifiers, 4 the button, 8 the
+    // position.
+    const int flags = 1 | (how.modifiers ? 2 : 0) | (how.button ? 4 : 0) | (how.at ? 8 : 0);
+    const QPoint at = how.at.value_or(QPoint());
     const FunctionCallResult<QVariant> pressed =
-        m_application->value(QStringLiteral("mousePress"), {m_id, at ? 1 | 8 : 1, at ? at->x() : 0,
-                                                            at ? at->y() : 0, 0, 0, true, down});
+        m_application->value(QStringLiteral("mousePress"),
+                             {m_id, flags, at.x(), at.y(), how.button, how.modifiers, true, down});
     if (pressed.isError())
         return FunctionCallResult<void>::failure(pressed.error);
     return {};
 }
 
-FunctionCallResult<void> RemoteObject::clickAt(const QPoint *at) const
+FunctionCallResult<void> RemoteObject::click(const PointerAction &how) const
+{
+    m_application->settleBeforeClick(m_id);
+    const FunctionCallResult<void> clicked = pressAndRelease(how);
+    m_application->noteClick(m_id);
+    return clicked;
+}
+
+FunctionCallResult<void> RemoteObject::pressAndRelease(const PointerAction &how) const
 {
     // The release goes out even when the press failed, so that no button
     // stays down; the first error is the one told.
-    const FunctionCallResult<void> pressed = press(true, at);
-    const FunctionCallResult<void> released = press(false, at);
+    const FunctionCallResult<void> pressed = press(true, how);
+    const FunctionCallResult<void> released = press(false, how);
     return pressed.isError() ? pressed : released;
 }
 
 FunctionCallResult<void> RemoteObject::click() const
 {
-    return clickAt(nullptr);
+    return click(PointerAction());
 }
 
 FunctionCallResult<void> RemoteObject::click(QPoint at) const
 {
-    return clickAt(&at);
+    return click(PointerAction{at, 0, 0});
 }
 
-FunctionCallResult<void> RemoteObject::doubleClick() const
+FunctionCallResult<void> RemoteObject::doubleClick(const PointerAction &how) const
 {
-    const FunctionCallResult<void> first = click();
-    return first.isError() ? first : click();
+    m_application->settleBeforeClick(m_id);
+    FunctionCallResult<void> clicked = pressAndRelease(how);
+    if (!clicked.isError())
+        clicked = pressAndRelease(how);
+    m_application->noteClick(m_id);
+    return clicked;
 }
 
 namespace {
@@ -342,17 +356,33 @@ FunctionCallResult<void> RemoteObject::key(const QString &keys) const
     if (focused.isError())
         return focused;
     for (qsizetype i = 0; i < keys.size();) {
-        if (keys.at(i) != QLatin1Char('<') || keys.indexOf(QLatin1Char('>'), i) < 0) {
-            const FunctionCallResult<void> typed = stroke(m_application, keys.mid(i, 1));
+        // The first character inside the brackets may be anything: "<>>".
+        const qsizetype end =
+            keys.at(i) == QLatin1Char('<') ? keys.indexOf(QLatin1Char('>'), i + 2) : -1;
+        if (end < 0) {
+            // A character between keys types as it does in a text.
+            const FunctionCallResult<void> typed = typeCharacter(m_application, keys.mid(i, 1));
             if (typed.isError())
                 return typed;
             ++i;
             continue;
         }
-        // "<Ctrl+Shift+A>": the modifiers held in order around the last key.
-        const qsizetype end = keys.indexOf(QLatin1Char('>'), i);
-        const QStringList parts = keys.mid(i + 1, end - i - 1).split(QLatin1Char('+'));
+        const QString combination = keys.mid(i + 1, end - i - 1);
         i = end + 1;
+        if (combination.size() == 1) {
+            // "<<>": the character itself.
+            const FunctionCallResult<void> typed = typeCharacter(m_application, combination);
+            if (typed.isError())
+                return typed;
+            continue;
+        }
+        // "<Ctrl+Shift+A>": the modifiers held in order around the last key,
+        // which may be "+" itself ("<Ctrl++>").
+        QStringList parts;
+        if (combination.endsWith(QLatin1String("++")))
+            parts = combination.chopped(2).split(QLatin1Char('+')) << QStringLiteral("+");
+        else
+            parts = combination.split(QLatin1Char('+'));
         const auto asKey = [](const QString &part) {
             return part.size() == 1 ? part : QLatin1Char('<') + part + QLatin1Char('>');
         };

@@ -13,9 +13,21 @@
 #include <QString>
 #include <QVariant>
 
+#include <optional>
+
 namespace Tolvex {
 
 class RemoteApplication;
+
+// Where and how a click goes: a point of the object from its top left
+// corner in native pixels (its centre when none is given), the button (0:
+// the primary one) and the modifier word held, both as the agent takes them.
+struct PointerAction
+{
+    std::optional<QPoint> at;
+    int button = 0;
+    int modifiers = 0;
+};
 
 class RemoteObject
 {
@@ -52,7 +64,8 @@ public:
     // At a point of the object, from its top left corner, in native pixels:
     // for a wide check box whose box is at its left, say.
     FunctionCallResult<void> click(QPoint at) const;
-    FunctionCallResult<void> doubleClick() const;
+    FunctionCallResult<void> click(const PointerAction &how) const;
+    FunctionCallResult<void> doubleClick(const PointerAction &how = {}) const;
     // Clicks the object for the keyboard, then types the text character by
     // character.
     FunctionCallResult<void> type(const QString &text) const;
@@ -61,8 +74,8 @@ public:
     FunctionCallResult<QImage> screenshot() const;
 
 private:
-    FunctionCallResult<void> press(bool down, const QPoint *at) const;
-    FunctionCallResult<void> clickAt(const QPoint *at) const;
+    FunctionCallResult<void> press(bool down, const PointerAction &how) const;
+    FunctionCallResult<void> pressAndRelease(const PointerAction &how) const;
 
     RemoteApplication *m_application = nullptr;
     int m_id = 0;

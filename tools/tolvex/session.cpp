@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -130,38 +131,55 @@ int serve(const QString &name, const QStringList &launchWords)
     }
     bool quitting = false;
     bool busy = false;
-    // One request at a time: a command waits in the event loop, and a second
-    // client's line waits until it is done.
-    const auto serveOne = [&](QLocalSocket *client) {
-        while (!busy && client->canReadLine()) {
-            busy = true;
-            const QByteArray line = client->readLine();
-            QJsonObject answer;
-            const QJsonObject request = QJsonDocument::fromJson(line).object();
-            const QString command = request.value(QStringLiteral("command")).toString();
-            if (command == QLatin1String("__ping")) {
-                answer = CommandOutcome{true, name, {}}.toJson();
-            } else {
-                // The command line sends its words as they were given; a
-                // script may send a request of its own.
-                const QJsonArray words = request.value(QStringLiteral("words")).toArray();
-                QStringList list;
-                for (const QJsonValue &word : words)
-                    list.append(word.toString());
-                answer = (words.isEmpty() ? executor.run(request) : executor.run(list)).toJson();
-                quitting = list.value(0) == QLatin1String("quit") ||
-                           command == QLatin1String("quit") || !executor.application() ||
-                           !executor.application()->isRunning();
-            }
+    QList<QPointer<QLocalSocket>> clients;
+    // One request at a time: a command waits in the event loop, and a line
+    // that comes meanwhile, from this client or another, waits until it is
+    // done.
+    const auto answer = [&](const QPointer<QLocalSocket> &client) {
+        const QByteArray line = client->readLine();
+        QJsonObject answer;
+        const QJsonObject request = QJsonDocument::fromJson(line).object();
+        const QString command = request.value(QStringLiteral("command")).toString();
+        if (command == QLatin1String("__ping")) {
+            answer = CommandOutcome{true, name, {}}.toJson();
+        } else {
+            // The command line sends its words as they were given; a
+            // script may send a request of its own.
+            const QJsonArray words = request.value(QStringLiteral("words")).toArray();
+            QStringList list;
+            for (const QJsonValue &word : words)
+                list.append(word.toString());
+            answer = (words.isEmpty() ? executor.run(request) : executor.run(list)).toJson();
+            quitting = list.value(0) == QLatin1String("quit") || command == QLatin1String("quit") ||
+                       !executor.application() || !executor.application()->isRunning();
+        }
+        // The client may have given up meanwhile.
+        if (client && client->state() == QLocalSocket::ConnectedState) {
             client->write(QJsonDocument(answer).toJson(QJsonDocument::Compact) + '\n');
             client->flush();
-            busy = false;
         }
+    };
+    const auto serveWaiting = [&] {
+        if (busy)
+            return;
+        busy = true;
+        for (bool served = true; served;) {
+            served = false;
+            clients.removeAll(nullptr);
+            for (qsizetype i = 0; i < clients.size(); ++i)
+                if (const QPointer<QLocalSocket> client = clients.at(i);
+                    client && client->canReadLine()) {
+                    answer(client);
+                    served = true;
+                    break;
+                }
+        }
+        busy = false;
     };
     QObject::connect(&server, &QLocalServer::newConnection, [&] {
         while (QLocalSocket *client = server.nextPendingConnection()) {
-            QObject::connect(client, &QLocalSocket::readyRead, client,
-                             [&, client] { serveOne(client); });
+            clients.append(client);
+            QObject::connect(client, &QLocalSocket::readyRead, client, serveWaiting);
             QObject::connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
         }
     });
