@@ -486,6 +486,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         // the expectation waits for it, as the object did.
         const QDeadlineTimer deadline(call.timeoutMs < 0 ? m_application->defaultTimeoutMs()
                                                          : call.timeoutMs);
+        PollPause pause;
         for (;;) {
             const FunctionCallResult<QVariant> value = object.property(call.args.at(1));
             if (value.isError())
@@ -497,7 +498,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
                 return fail(
                     QStringLiteral("%1 of %2 is %3, not %4")
                         .arg(call.args.at(1), call.args.first(), now.text(), call.args.at(2)));
-            runEventsFor(50);
+            pause.wait();
         }
     }
     if (command == QLatin1String("set"))
@@ -534,6 +535,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         const int column = call.args.value(2).toInt(&columnOk);
         if (call.args.size() == 3 && (!rowOk || !columnOk))
             return fail(QStringLiteral("clickitem: ROW and COLUMN are whole numbers"));
+        PollPause pause;
         for (;;) {
             const FunctionCallResult<RemoteObject> item =
                 call.args.size() == 3 ? object.item(row, column) : object.item(call.args.at(1));
@@ -542,7 +544,7 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
                                              : item.value.click(call.pointer));
             if (deadline.hasExpired())
                 return fail(item.error.isEmpty() ? QStringLiteral("No such item") : item.error);
-            runEventsFor(50);
+            pause.wait();
         }
     }
     if (command == QLatin1String("type"))

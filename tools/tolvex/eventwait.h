@@ -15,4 +15,21 @@ bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000, int poll
 // serves what arrives.
 void runEventsFor(int ms);
 
+// The pauses of a poll for something another process does: short at first,
+// since most things come at once, then longer, so that a long wait does not
+// keep both processes busy.
+class PollPause
+{
+public:
+    void wait()
+    {
+        runEventsFor(m_next);
+        m_next = m_next * 2 > MaxMs ? MaxMs : m_next * 2;
+    }
+
+private:
+    static constexpr int MaxMs = 50;
+    int m_next = 5;
+};
+
 } // namespace Tolvex

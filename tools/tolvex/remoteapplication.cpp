@@ -349,6 +349,7 @@ RemoteApplication::waitForObject(const QString &name, int timeoutMs, Readiness r
     const QDeadlineTimer deadline(timeoutMs < 0 ? m_timeoutMs : timeoutMs);
     QString why;
     bool found = false;
+    PollPause pause;
     for (;;) {
         const Result resolved = resolve(name);
         // Ambiguity does not go away by waiting for it.
@@ -372,7 +373,7 @@ RemoteApplication::waitForObject(const QString &name, int timeoutMs, Readiness r
                           QStringLiteral("The application %1").arg(endDescription()));
         if (deadline.hasExpired())
             break;
-        runEventsFor(50);
+        pause.wait();
     }
     if (found)
         return Result(RemoteObject(), why);
@@ -392,8 +393,18 @@ RemoteApplication::waitForObject(const QString &name, int timeoutMs, Readiness r
 void RemoteApplication::quit(int timeoutMs)
 {
     // The agent ends the application through its toolkit, as the user would.
-    if (m_server->isClientConnected())
+    if (m_server->isClientConnected()) {
+        const QString leaving = QStringLiteral("appAboutToExit");
+        const qsizetype before = received(leaving).size();
         m_server->kill();
+        // After the exit handshake the agent keeps the application alive
+        // for a grace period in case the server has more to say; it has
+        // not, and closing the connection lets the application go at once.
+        if (waitUntil([&] { return received(leaving).size() > before || !isRunning(); }, timeoutMs,
+                      5) &&
+            m_server->isClientConnected())
+            m_server->close();
+    }
     if (!waitUntil([&] { return !m_launcher->isRunning(); }, timeoutMs, 20))
         m_launcher->kill();
 }
