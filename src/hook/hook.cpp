@@ -134,6 +134,7 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     if (platformPlugin)
         PlatformPlugin::setCurrent(platformPlugin);
     d->exitWaitTimer.setSingleShot(true);
+    d->highlightTimer.setSingleShot(true);
     // The StandardScreen is created here once the screen subsystem exists.
 
     ipc->setResponseHandler(this);
@@ -148,6 +149,7 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     Inspector::self()->setEventNotifyDelegate(this);
     ClassRegistrar::setBatchHandler(&Hook::sendLateClasses);
     connect(&d->exitWaitTimer, &QTimer::timeout, this, &Hook::exitWaitTimeout);
+    connect(&d->highlightTimer, &QTimer::timeout, this, &Hook::highlighterTimeout);
     connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
     connect(ipc, &AsyncIPC::peerGone, this, &Hook::onIPCPeerGone);
     // The screen global methods are registered here, once per process, with

@@ -29,6 +29,7 @@ class PlatformPlugin;
 class TestDataStore;
 class Wrapper;
 struct HookData;
+struct SpyObject;
 
 // The one agent object of a process under test: the AUT's end of the
 // connection to the tool's server. It announces the application, holds it
@@ -153,6 +154,40 @@ public:
     void setAnimateMouseMove(bool animate);
     bool animateMouseMove() const;
 
+    // The object browser: its listings, the picking mode of the wrappers,
+    // and the highlight of what it shows.
+    void startSpying(int spyId);
+    void stopSpying(int spyId);
+    void setInspecting(bool on);
+    void blockGUI(bool blocked);
+    void spyGUI(bool on);
+    bool isSpyGuiEnabled() const;
+    // A wrapper in picking mode selected this object: "objectPicked" with
+    // its handle and real name goes to the spy, or to the runner without one.
+    void objectPicked(SharedPtr<Object> object, const QString &realName);
+    // The rows of the objects under the named one, or of the top level for
+    // an empty name; false when there is nothing to list.
+    bool spyObjects(const QString &name, QList<SpyObject> *rows);
+    // "<class>#[+]<name>=<value>" for each property, or each child when the
+    // class has no properties.
+    QStringList fetchObjectComponents(int id);
+    // The values of (object id, property index) pairs as text.
+    QStringList fetchPropertyValuesAsString(const QStringList &pairs);
+    bool objectHasComponents(int id);
+    bool supportsHighlight(int id);
+    // An empty answer on success, else why not. A time-out above 0 removes
+    // the highlight after that many milliseconds.
+    QString highlightObject(const QString &name, int timeoutMs);
+    QString highlightObject(SharedPtr<Object> object, int timeoutMs);
+    void clearHighlight();
+
+    // Pictures of objects and of the desktop, in the screenshot wire form;
+    // an invalid value when there is none.
+    QVariant grabObjectScreenshot(int id, int flags, int delay);
+    QVariant desktopScreenshot();
+    // A QPixmap or QImage object as PNG bytes.
+    QVariant getPixmapAsImage(int id);
+
     bool isGuiBlocked() const;
     bool isInspecting() const;
     int testSuiteVersion() const;
@@ -192,6 +227,7 @@ public Q_SLOTS:
     void onIPCPeerGone(FUInt32 peer);
     void exitWaitTimeout();
     void deleteHook();
+    void highlighterTimeout();
 
 private:
     Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,

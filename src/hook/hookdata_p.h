@@ -39,6 +39,8 @@ struct HookData
     bool spyGuiEnabled = false;
     bool inspecting = false;
     QTimer exitWaitTimer;
+    // Ends a highlight that was given a time-out.
+    QTimer highlightTimer;
     std::unique_ptr<ObjectMap> objectMap = std::make_unique<ObjectMap>();
     // This hook's own address differs from the application id it was started with.
     bool subProcess = false;

@@ -1,10 +1,12 @@
 #include "wrapper.h"
 
+#include "class.h"
 #include "delegate.h"
 #include "hook.h"
 #include "inspector.h"
 #include "keysequences.h"
 #include "logging.h"
+#include "method.h"
 #include "nativeinterface.h"
 #include "objectmap.h"
 #include "objectname.h"
@@ -14,7 +16,11 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QHash>
+#include <QImage>
+#include <QPixmap>
+#include <QStyleHints>
 
 namespace Tolvex {
 
@@ -27,6 +33,32 @@ struct CachedName
 {
     SharedPtr<Object> object;
     QString name;
+};
+
+// Keeps the text cursor from blinking while a picture is taken, and gives
+// the old blink time back however the picture ends.
+class CaretBlinkStop
+{
+public:
+    CaretBlinkStop()
+    {
+        if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+            m_hints = QGuiApplication::styleHints();
+            m_flashTime = m_hints->cursorFlashTime();
+            m_hints->setCursorFlashTime(0);
+        }
+    }
+    ~CaretBlinkStop()
+    {
+        if (m_hints)
+            m_hints->setCursorFlashTime(m_flashTime);
+    }
+    CaretBlinkStop(const CaretBlinkStop &) = delete;
+    CaretBlinkStop &operator=(const CaretBlinkStop &) = delete;
+
+private:
+    QStyleHints *m_hints = nullptr;
+    int m_flashTime = 0;
 };
 
 QString notReadyReason()
@@ -236,10 +268,11 @@ QImage Wrapper::grabObjectScreenshot(SharedPtr<Object> object, int flags, int de
                 return QImage();
         }
     }
+    const CaretBlinkStop caret;
     if (flags & NoNativeCapture) {
         TOLVEX_TRACE_WRAPPER() << "Falling back to grabWidget for screenshot for object of type "
                                << object->className();
-        return qImage(object);
+        return grabWidget(object, flags);
     }
     Inspector *inspector = Inspector::self();
     const GeometryDelegate *geometry = geometryDelegateFor(object);
@@ -264,6 +297,30 @@ QImage Wrapper::grabObjectScreenshot(SharedPtr<Object> object, int flags, int de
         return QImage();
     }
     return shot.value.image;
+}
+
+QImage Wrapper::grabWidget(SharedPtr<Object> object, int flags)
+{
+    if (!object)
+        return QImage();
+    TOLVEX_TRACE_WRAPPER() << "Grabbing screenshot of object " << object->className();
+    Inspector *inspector = Inspector::self();
+    const MethodList methods = inspector->globalClass()->methods(QStringLiteral("grabWidget"));
+    ObjectList args{object, inspector->createPrimitive(flags)};
+    bool found = false;
+    SharedPtr<Object> result = methods.invoke(nullptr, args, &found);
+    if (!found) {
+        args.pop_back();
+        result = methods.invoke(nullptr, args, &found);
+    }
+    if (found && result) {
+        const QString type = result->className();
+        if (type == QLatin1String("QPixmap") && result->data())
+            return static_cast<const QPixmap *>(result->data())->toImage();
+        if (type == QLatin1String("QImage") && result->data())
+            return *static_cast<const QImage *>(result->data());
+    }
+    return qImage(object);
 }
 
 FunctionCallResult<Point<1>> Wrapper::pointerMove(SharedPtr<Object> object, Point<1> position)

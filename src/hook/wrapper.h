@@ -137,6 +137,9 @@ public:
 
     // Forgets every reused name; the object map they came from has changed.
     void clearCachedObjectNames();
+    // The toolkit's own picture of the object: the global method
+    // "grabWidget" with the flags, or with the object alone, else qImage.
+    QImage grabWidget(SharedPtr<Object> object, int flags);
 
 public Q_SLOTS:
     // The descriptor data the runner answered "requestDescriptorData" with.

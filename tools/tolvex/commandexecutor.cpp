@@ -2,6 +2,7 @@
 
 #include "eventwait.h"
 #include "recordedaction.h"
+#include "screenshot.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -30,6 +31,8 @@ struct Invocation
     // Pointer commands.
     PointerAction pointer;
     bool doubleClick = false;
+    bool desktop = false;
+    int highlightMs = 2000;
     // record.
     int forMs = 0;
     qsizetype from = -1;
@@ -97,8 +100,24 @@ const CommandInfo Commands[] = {
      "Waits until the object exists and is ready, and prints its real name; fails with the "
      "reason it is not ready when the time is up (20 s unless --timeout says otherwise).",
      1, 1, true},
-    {"screenshot", "screenshot NAME -o FILE.png",
-     "Writes a picture of the object, as it is on the screen, to FILE.png.", 1, 1, true},
+    {"screenshot", "screenshot NAME -o FILE.png | screenshot --desktop -o FILE.png",
+     "Writes a picture of the object, as it is on the screen, or of the whole desktop, to "
+     "FILE.png.",
+     0, 1, true},
+    {"properties", "properties NAME",
+     "Prints every property of the object with its class and value, as the object browser "
+     "shows them: CLASS#NAME=VALUE, with + before the name of a value that has properties or "
+     "children of its own.",
+     1, 1, true},
+    {"highlight", "highlight NAME [--seconds S]",
+     "Draws a frame around the object on the screen for S seconds (2 unless --seconds says "
+     "otherwise; 0 keeps it until the next highlight).",
+     1, 1, true},
+    {"pick", "pick [--timeout S]",
+     "Waits for a click in the application and prints the real name of the object clicked; "
+     "the click does not reach the application. The object under the pointer is framed "
+     "meanwhile. Waits 60 s unless --timeout says otherwise.",
+     0, 0, true},
     {"record", "record [--for S] [--json] | record --stop",
      "Turns recording on and prints the user's actions in the application as they happen: "
      "each as the event the application recorded, and as the command that replays it. Stops "
@@ -176,6 +195,15 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             call.doubleClick = true;
         } else if (word == QLatin1String("--stop")) {
             call.stop = true;
+        } else if (word == QLatin1String("--desktop")) {
+            call.desktop = true;
+        } else if (word == QLatin1String("--seconds")) {
+            const FunctionCallResult<QString> value = next("--seconds");
+            bool ok = false;
+            const double seconds = value.value.toDouble(&ok);
+            if (value.isError() || !ok || seconds < 0 || seconds > 24 * 3600)
+                return Result(call, QStringLiteral("--seconds needs a number of seconds"));
+            call.highlightMs = int(seconds * 1000);
         } else if (word == QLatin1String("--button")) {
             const FunctionCallResult<QString> value = next("--button");
             call.pointer.button = mouseButtonValue(value.value);
@@ -430,6 +458,24 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
     }
     if (command == QLatin1String("record"))
         return record(call.forMs, call.from, call.stop);
+    if (command == QLatin1String("pick"))
+        return pick(call.timeoutMs < 0 ? 60000 : call.timeoutMs);
+    if (command == QLatin1String("screenshot") && (call.desktop || call.args.isEmpty())) {
+        if (!call.desktop || !call.args.isEmpty())
+            return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
+        if (call.output.isEmpty())
+            return fail(QStringLiteral("screenshot: -o FILE.png is needed"));
+        const FunctionCallResult<ArgumentList> shot =
+            m_application->call(QStringLiteral("desktopScreenshot"));
+        if (shot.isError())
+            return fail(shot.error);
+        const Screenshot desktop = Screenshot::fromVariant(shot.value.value(0));
+        if (desktop.image.isNull())
+            return fail(QStringLiteral("The application could not take a picture of the desktop"));
+        if (!desktop.image.save(call.output))
+            return fail(QStringLiteral("Cannot write %1").arg(call.output));
+        return {true, call.output, {}};
+    }
     if (command == QLatin1String("quit")) {
         if (m_recording)
             record(0, -1, true);
@@ -551,6 +597,22 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return done(object.type(call.args.at(1)));
     if (command == QLatin1String("key"))
         return done(object.key(call.args.at(1)));
+    if (command == QLatin1String("properties")) {
+        const FunctionCallResult<ArgumentList> components = m_application->call(
+            QStringLiteral("fetchObjectComponents"), {QStringList{QString::number(object.id())}});
+        if (components.isError())
+            return fail(components.error);
+        return {true, QJsonArray::fromStringList(components.value.value(0).toStringList()), {}};
+    }
+    if (command == QLatin1String("highlight")) {
+        const FunctionCallResult<QVariant> answer = m_application->value(
+            QStringLiteral("highlightObject"), {object.id(), call.highlightMs});
+        if (answer.isError())
+            return fail(answer.error);
+        if (!answer.value.toString().isEmpty())
+            return fail(answer.value.toString());
+        return {true, QJsonValue(QJsonValue::Null), {}};
+    }
     if (command == QLatin1String("screenshot")) {
         if (call.output.isEmpty())
             return fail(QStringLiteral("screenshot: -o FILE.png is needed"));
@@ -562,6 +624,30 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return {true, call.output, {}};
     }
     return fail(QStringLiteral("%1 is not done here").arg(command));
+}
+
+CommandOutcome CommandExecutor::pick(int timeoutMs)
+{
+    const QString picked = QStringLiteral("objectPicked");
+    const qsizetype before = m_application->received(picked).size();
+    if (!m_application->send(QStringLiteral("spyGUI"), {true}))
+        return CommandOutcome::failure(QStringLiteral("The application cannot be reached"));
+    const bool got = waitUntil(
+        [&] {
+            return m_application->received(picked).size() > before || !m_application->isRunning();
+        },
+        timeoutMs);
+    m_application->send(QStringLiteral("spyGUI"), {false});
+    const QList<ArgumentList> all = m_application->received(picked);
+    if (!got || all.size() <= before)
+        return CommandOutcome::failure(
+            m_application->isRunning()
+                ? QStringLiteral("Nothing was picked in %1 s").arg(double(timeoutMs) / 1000.0)
+                : QStringLiteral("The application %1").arg(m_application->endDescription()));
+    const ArgumentList &args = all.at(before);
+    // The agent's handle is not kept: the name is what the tester wants.
+    m_application->release(m_application->objectFromWire(args.value(0)).id());
+    return {true, args.value(1).toString(), {}};
 }
 
 CommandOutcome CommandExecutor::record(int forMs, qsizetype from, bool stop)

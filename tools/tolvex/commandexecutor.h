@@ -65,6 +65,9 @@ private:
     // Turns recording on, waits, and answers the events from the index
     // from on (or those of the wait); with stop, turns it off instead.
     CommandOutcome record(int forMs, qsizetype from, bool stop);
+    // Turns picking mode on until the user clicks an object, and answers its
+    // real name.
+    CommandOutcome pick(int timeoutMs);
 
     std::unique_ptr<RemoteApplication> m_application;
     bool m_recording = false;

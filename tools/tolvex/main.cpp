@@ -544,7 +544,7 @@ int main(int argc, char **argv)
         "Driving an application, each command with --help:\n"
         "  launch    start a program with the agent in a session: launch -- PROGRAM\n"
         "  objects, find, get, set, call, expect, click, doubleclick, clickitem,\n"
-        "  type, key, wait, screenshot, quit\n"
+        "  type, key, wait, screenshot, properties, highlight, pick, quit\n"
         "            act on the session's application by object names\n"
         "  record    print the user's actions as events and as the commands that\n"
         "            replay them\n"

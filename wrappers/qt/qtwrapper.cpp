@@ -1,11 +1,13 @@
 #include "qtwrapper.h"
 
 #include "classregistrar.h"
+#include "delegate.h"
 #include "globalclass.h"
 #include "hook.h"
 #include "inspector.h"
 #include "object.h"
 #include "objectlist.h"
+#include "platformplugin.h"
 #include "primitiveclassid.h"
 #include "qtclass.h"
 #include "qtgeometrydelegate.h"
@@ -13,10 +15,12 @@
 #include "qtitemclass.h"
 #include "qtitemviews.h"
 #include "qtobjectregistry.h"
+#include "qtpicker.h"
 #include "qtquick.h"
 #include "qtreadiness.h"
 #include "qtrecorder.h"
 #include "qtvalueclass.h"
+#include "widgethighlighter.h"
 
 #include <QAbstractItemView>
 #include <QGuiApplication>
@@ -107,10 +111,13 @@ void setUpProcess()
 class QtWrapperPrivate
 {
 public:
-    explicit QtWrapperPrivate(QtWrapper *wrapper) : recorder(new QtRecorder(wrapper)) {}
+    explicit QtWrapperPrivate(QtWrapper *wrapper)
+        : recorder(new QtRecorder(wrapper)), picker(new QtPicker(wrapper))
+    {}
 
-    // A child of the wrapper.
+    // Children of the wrapper.
     QtRecorder *recorder;
+    QtPicker *picker;
 };
 
 QtWrapper::QtWrapper(QObject *parent) : Wrapper(parent), d(std::make_unique<QtWrapperPrivate>(this))
@@ -200,7 +207,32 @@ bool QtWrapper::possibleNameMatch(const QMap<QString, PropertyValue> &entry,
            entry.value(type).stringValue() == wanted.value(type).stringValue();
 }
 
-void QtWrapper::spyModeChanged(bool) {}
+void QtWrapper::spyModeChanged(bool on)
+{
+    d->picker->setPicking(on);
+}
+
+QString QtWrapper::highlightObject(SharedPtr<Object> object)
+{
+    WidgetHighlighter *highlighter = WidgetHighlighter::self();
+    // A null object takes the highlight away.
+    if (!object) {
+        if (highlighter)
+            highlighter->hide();
+        return QString();
+    }
+    if (!highlighter)
+        return PlatformPlugin::notSetMessage();
+    const GeometryDelegate *geometry = geometryDelegateFor(object);
+    if (!geometry || !geometry->isVisible(object))
+        return QStringLiteral("Cannot highlight an object that is not on the screen");
+    const Rect<1> bounds = geometry->nativeGlobalBounds(object);
+    highlighter->setToolTipMode(0);
+    highlighter->setToolTip(QString());
+    highlighter->setGeometry(bounds);
+    highlighter->show();
+    return QString();
+}
 
 void QtWrapper::recordingStopped()
 {

@@ -43,6 +43,7 @@ public:
     bool possibleNameMatch(const QMap<QString, PropertyValue> &entry,
                            const QMap<QString, PropertyValue> &wanted) const override;
     void spyModeChanged(bool on) override;
+    QString highlightObject(SharedPtr<Object> object) override;
     void recordingStopped() override;
     void notifyEventRecordingEnabled(bool on) override;
     QImage qImage(SharedPtr<Object> object) override;

@@ -1,6 +1,7 @@
 // Images of objects and of the desktop. The object pictures and the desktop
 // call are served with the screenshots; the raw screenshot is the platform's.
 
+#include "hook.h"
 #include "nativeinterface.h"
 #include "remotefunction.h"
 
@@ -38,9 +39,13 @@ void rawScreenshot(Context &c, ResponseListener<ArgumentList> *listener, int)
 }
 
 constexpr RemoteFunction Functions[] = {
-    call("desktopScreenshot", unchecked),
-    call("getPixmapAsImage", exactly(1)),
-    call("grabObjectScreenshot", exactly(3)),
+    call("desktopScreenshot", unchecked,
+         served<[](Context &c) { return c.hook.desktopScreenshot(); }>),
+    call("getPixmapAsImage", exactly(1),
+         served<[](Context &c, int id) { return c.hook.getPixmapAsImage(id); }>),
+    call("grabObjectScreenshot", exactly(3), served<[](Context &c, int id, int flags, int delay) {
+             return c.hook.grabObjectScreenshot(id, flags, delay);
+         }>),
     asyncCall("rawScreenshot", exactly(1), served<&rawScreenshot>),
 };
 
