@@ -7,6 +7,7 @@
 #include "serializable.h"
 
 #include <QDataStream>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -184,4 +185,49 @@ TEST_F(RecordCommand, PrintsEachActionWithACommandThatReplaysIt)
     EXPECT_EQ(tolvex({QStringLiteral("get"), field, QStringLiteral("text")}).second,
               QStringLiteral("BobAda"));
     EXPECT_EQ(tolvex(clicked).first, 0);
+}
+
+TEST_F(RecordCommand, PropertiesHighlightPickAndTheDesktopFromTheShell)
+{
+    ASSERT_EQ(
+        tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)})
+            .first,
+        0);
+    const QString field = QStringLiteral("{objectName='name' type='QLineEdit'}");
+    tolvex({QStringLiteral("set"), field, QStringLiteral("text"), QStringLiteral("Ada")});
+    const QStringList properties =
+        tolvex({QStringLiteral("properties"), field}).second.split(QLatin1Char('\n'));
+    EXPECT_TRUE(properties.contains(QStringLiteral("char#text=Ada")))
+        << qPrintable(properties.join(QLatin1Char('\n')));
+    EXPECT_EQ(tolvex({QStringLiteral("highlight"), field, QStringLiteral("--seconds"),
+                      QStringLiteral("0.2")})
+                  .first,
+              0);
+
+    const QString picture = m_runtime.filePath(QStringLiteral("desktop.png"));
+    tolvex(
+        {QStringLiteral("screenshot"), QStringLiteral("--desktop"), QStringLiteral("-o"), picture});
+    EXPECT_FALSE(QImage(picture).isNull());
+
+    // pick waits for the user's click; the session answers nothing else
+    // meanwhile, so the click comes from the X server itself, where a click
+    // through the agent has left the pointer. A click before picking has
+    // begun reaches the application, and is made again.
+    const QString terms = QStringLiteral("{objectName='terms' type='QCheckBox'}");
+    tolvex({QStringLiteral("click"), terms, QStringLiteral("8"), QStringLiteral("8")});
+    QProcess picker;
+    start(&picker, {QStringLiteral("pick"), QStringLiteral("--timeout"), QStringLiteral("30")});
+    ASSERT_TRUE(picker.waitForStarted());
+    bool picked = false;
+    for (int attempt = 0; attempt < 20 && !picked; ++attempt) {
+        runEventsFor(500);
+        ASSERT_EQ(QProcess::execute(QStringLiteral("xdotool"),
+                                    {QStringLiteral("click"), QStringLiteral("1")}),
+                  0);
+        picked = picker.waitForFinished(1000);
+    }
+    ASSERT_TRUE(picked);
+    EXPECT_EQ(picker.exitCode(), 0) << picker.readAllStandardError().constData();
+    EXPECT_TRUE(QString::fromUtf8(picker.readAllStandardOutput())
+                    .contains(QStringLiteral("objectName='terms'")));
 }
