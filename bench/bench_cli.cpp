@@ -8,10 +8,20 @@
 //    answered once the press and the release are done;
 //  - the same click followed by an expect that waits until the box has
 //    toggled: the time from the request to the widget's clicked;
-//  - the demo scenario as the README's main job runs it, per step.
+//  - the demo scenario as the README's main job runs it, per step;
+//  - desktopScreenshot from the call to the decoded picture on this side,
+//    against a bare XShmGetImage of the root with the same BMP encoding and
+//    level-1 zlib compression in this process;
+//  - fetchPropertyValuesAsString of every property of every object of the
+//    demo in one call.
 
 #include "ratioreporter.h"
 #include "remoteapplication.h"
+#include "screenshot.h"
+#include "xshmbaseline.h"
+
+#include <QBuffer>
+#include <QImage>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -260,6 +270,118 @@ void BM_DemoScenario(benchmark::State &state)
 }
 BENCHMARK(BM_DemoScenario)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(2);
 
+// The demo on the display, for the calls that need the screen; started
+// after the clicks are done, so that its window is in nobody's way.
+struct OnScreen
+{
+    std::unique_ptr<RemoteApplication> application;
+    QString error;
+    QStringList everyProperty;
+    static inline bool made = false;
+
+    static OnScreen &instance()
+    {
+        static OnScreen demo;
+        return demo;
+    }
+
+private:
+    OnScreen()
+    {
+        made = true;
+        if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+            error = QStringLiteral("needs an X display");
+            return;
+        }
+        LaunchOptions options;
+        options.program = QStringLiteral(DEMO_APP_PATH);
+        options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
+        options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        application = RemoteApplication::launch(options, &error);
+        if (!application)
+            return;
+        application->waitForObject(QStringLiteral("{objectName='submit' type='QPushButton'}"));
+        // Every object of the tree, each with every property of its class.
+        QList<int> parents{0};
+        while (!parents.isEmpty()) {
+            const FunctionCallResult<ArgumentList> children =
+                application->call(QStringLiteral("objects"), {parents.takeFirst()});
+            for (const QString &wire : children.value.value(0).toStringList()) {
+                const RemoteObject child = application->objectFromWire(wire);
+                parents.append(child.id());
+                for (const QString &name : application->classes().propertyNames(child.classId()))
+                    if (const Property *p = application->classes().property(child.classId(), name))
+                        everyProperty << QString::number(child.id()) << QString::number(p->id());
+            }
+        }
+    }
+};
+
+void BM_DesktopScreenshotEndToEnd(benchmark::State &state)
+{
+    OnScreen &demo = OnScreen::instance();
+    if (!demo.application) {
+        state.SkipWithError(qPrintable(demo.error));
+        return;
+    }
+    for (auto _ : state) {
+        const FunctionCallResult<ArgumentList> shot =
+            demo.application->call(QStringLiteral("desktopScreenshot"));
+        const Screenshot picture = Screenshot::fromVariant(shot.value.value(0));
+        if (shot.isError() || picture.image.isNull()) {
+            state.SkipWithError("no picture");
+            return;
+        }
+        benchmark::DoNotOptimize(picture.image.constBits());
+    }
+}
+BENCHMARK(BM_DesktopScreenshotEndToEnd)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_BareGrabBmpZlib(benchmark::State &state)
+{
+    TolvexBench::BareShmGrab grab;
+    if (!grab.isOpen()) {
+        state.SkipWithError("no shared memory picture of the display");
+        return;
+    }
+    for (auto _ : state) {
+        if (!grab.grab()) {
+            state.SkipWithError("XShmGetImage failed");
+            return;
+        }
+        const QImage image(grab.pixels(), grab.width(), grab.height(), grab.bytesPerLine(),
+                           QImage::Format_RGB32);
+        QByteArray bmp;
+        QBuffer buffer(&bmp);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "BMP", 100);
+        const QByteArray packed = qCompress(bmp, 1);
+        benchmark::DoNotOptimize(packed.constData());
+    }
+}
+BENCHMARK(BM_BareGrabBmpZlib)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_AllPropertyValuesOfTheDemo(benchmark::State &state)
+{
+    OnScreen &demo = OnScreen::instance();
+    if (!demo.application || demo.everyProperty.isEmpty()) {
+        state.SkipWithError(qPrintable(demo.error));
+        return;
+    }
+    qsizetype values = 0;
+    for (auto _ : state) {
+        const FunctionCallResult<ArgumentList> texts = demo.application->call(
+            QStringLiteral("fetchPropertyValuesAsString"), {demo.everyProperty});
+        values = texts.value.value(0).toStringList().size();
+        if (texts.isError() || values == 0) {
+            state.SkipWithError("no values");
+            return;
+        }
+    }
+    state.counters["values"] = double(values);
+}
+BENCHMARK(BM_AllPropertyValuesOfTheDemo)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -270,8 +392,11 @@ int main(int argc, char **argv)
                                    {{"BM_ScriptModeGet", "BM_BareRoundTrip", 0},
                                     {"BM_ScriptModeClick", "BM_BareRoundTrip", 0},
                                     {"BM_ScriptModeClickUntilClicked", "BM_BareRoundTrip", 0},
-                                    {"BM_ScriptModeClickUntilClicked", "BM_ScriptModeGet", 0}});
+                                    {"BM_ScriptModeClickUntilClicked", "BM_ScriptModeGet", 0},
+                                    {"BM_DesktopScreenshotEndToEnd", "BM_BareGrabBmpZlib", 0}});
     if (ClientApi::instance().application)
         ClientApi::instance().application->quit();
+    if (OnScreen::made && OnScreen::instance().application)
+        OnScreen::instance().application->quit();
     return result;
 }

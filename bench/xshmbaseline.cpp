@@ -80,4 +80,14 @@ unsigned BareShmGrab::firstPixel() const
     return *reinterpret_cast<const unsigned *>(d->info.shmaddr);
 }
 
+const unsigned char *BareShmGrab::pixels() const
+{
+    return reinterpret_cast<const unsigned char *>(d->info.shmaddr);
+}
+
+int BareShmGrab::bytesPerLine() const
+{
+    return d->image ? d->image->bytes_per_line : 0;
+}
+
 } // namespace TolvexBench

@@ -21,6 +21,9 @@ public:
     bool grab();
     // The first pixel, to keep the compiler from dropping the picture.
     unsigned firstPixel() const;
+    // The picture's memory: 32 bits a pixel on a 24-bit display.
+    const unsigned char *pixels() const;
+    int bytesPerLine() const;
 
 private:
     struct Private;
