@@ -82,6 +82,17 @@ TEST_F(TolvexCommand, ASessionKeepsTheApplicationBetweenCommandsFromAnyShell)
     run = tolvex(QStringList{QStringLiteral("get"), m_counter} + session);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, QStringLiteral("tolvex get: usage: tolvex get NAME PROPERTY\n"));
+    // A time-out that is no number of seconds, or longer than a day, is refused
+    // before anything is looked up.
+    for (const QString &bad :
+         {QStringLiteral("soon"), QStringLiteral("-1"), QStringLiteral("1e12")}) {
+        run = tolvex(QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value"),
+                                 QStringLiteral("--timeout"), bad} +
+                     session);
+        EXPECT_EQ(run.exitCode, 1) << qPrintable(bad);
+        EXPECT_EQ(run.err, QStringLiteral("tolvex get: get: --timeout needs a number of seconds\n"))
+            << qPrintable(bad);
+    }
 
     // A second launch under the same name is refused while the first runs.
     run = tolvex(QStringList{QStringLiteral("launch")} + session +

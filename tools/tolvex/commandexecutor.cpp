@@ -166,13 +166,14 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             call.rest = words.mid(i + 1);
             break;
         }
+        // An option whose value is a number of seconds, kept in milliseconds.
+        const auto seconds = [&](const char *option, int *ms) {
+            *ms = CommandExecutor::millisecondsOf(next(option).value);
+            return *ms >= 0;
+        };
         if (word == QLatin1String("--timeout")) {
-            const FunctionCallResult<QString> value = next("--timeout");
-            bool ok = false;
-            const double seconds = value.value.toDouble(&ok);
-            if (value.isError() || !ok || seconds < 0)
+            if (!seconds("--timeout", &call.timeoutMs))
                 return Result(call, QStringLiteral("--timeout needs a number of seconds"));
-            call.timeoutMs = int(seconds * 1000);
         } else if (word == QLatin1String("-o") || word == QLatin1String("--output")) {
             const FunctionCallResult<QString> value = next("-o");
             if (value.isError())
@@ -198,12 +199,8 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
         } else if (word == QLatin1String("--desktop")) {
             call.desktop = true;
         } else if (word == QLatin1String("--seconds")) {
-            const FunctionCallResult<QString> value = next("--seconds");
-            bool ok = false;
-            const double seconds = value.value.toDouble(&ok);
-            if (value.isError() || !ok || seconds < 0 || seconds > 24 * 3600)
+            if (!seconds("--seconds", &call.highlightMs))
                 return Result(call, QStringLiteral("--seconds needs a number of seconds"));
-            call.highlightMs = int(seconds * 1000);
         } else if (word == QLatin1String("--button")) {
             const FunctionCallResult<QString> value = next("--button");
             call.pointer.button = mouseButtonValue(value.value);
@@ -216,12 +213,8 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
                 return Result(call, QStringLiteral("--modifiers is Control, Shift, Alt, Win or "
                                                    "Command, joined by +"));
         } else if (word == QLatin1String("--for")) {
-            const FunctionCallResult<QString> value = next("--for");
-            bool ok = false;
-            const double seconds = value.value.toDouble(&ok);
-            if (value.isError() || !ok || seconds < 0 || seconds > 24 * 3600)
+            if (!seconds("--for", &call.forMs))
                 return Result(call, QStringLiteral("--for needs a number of seconds"));
-            call.forMs = int(seconds * 1000);
         } else if (word == QLatin1String("--from")) {
             const FunctionCallResult<QString> value = next("--from");
             bool ok = false;
@@ -296,6 +289,16 @@ QString CommandExecutor::help(const QString &command)
         return QString();
     return QStringLiteral("usage: tolvex %1\n\n%2\n")
         .arg(QLatin1String(info->synopsis), QLatin1String(info->description));
+}
+
+int CommandExecutor::millisecondsOf(const QString &seconds)
+{
+    // A day at most: longer is no time-out a test means, and the
+    // milliseconds must fit an int.
+    constexpr double MaxSeconds = 24 * 3600;
+    bool ok = false;
+    const double value = seconds.toDouble(&ok);
+    return ok && value >= 0 && value <= MaxSeconds ? int(value * 1000) : -1;
 }
 
 QStringList CommandExecutor::splitWords(const QString &line, QString *error)

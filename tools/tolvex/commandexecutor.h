@@ -60,6 +60,9 @@ public:
     // Words of a line: a {...} name is one word whatever it holds, "..." a
     // word with \" and \\ inside, anything else ends at white space.
     static QStringList splitWords(const QString &line, QString *error);
+    // A number of seconds from 0 to a day, as milliseconds; -1 for any other
+    // text.
+    static int millisecondsOf(const QString &seconds);
 
 private:
     // Turns recording on, waits, and answers the events from the index

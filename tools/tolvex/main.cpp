@@ -309,13 +309,11 @@ int runRecord(QStringList words)
     int totalMs = -1;
     const qsizetype forAt = words.indexOf(QStringLiteral("--for"));
     if (forAt > 0) {
-        bool ok = false;
-        const double seconds = words.value(forAt + 1).toDouble(&ok);
-        if (!ok || seconds < 0 || seconds > 24 * 3600) {
+        totalMs = CommandExecutor::millisecondsOf(words.value(forAt + 1));
+        if (totalMs < 0) {
             err() << "tolvex record: --for needs a number of seconds" << Qt::endl;
             return 1;
         }
-        totalMs = int(seconds * 1000);
         words.remove(forAt, 2);
     }
     if (words.size() > 1) {
