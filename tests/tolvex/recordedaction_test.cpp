@@ -92,6 +92,10 @@ TEST(RecordedAction, EachRecordedEventBecomesTheCommandThatDoesItAgain)
         EXPECT_EQ(action.object, Field);
         EXPECT_EQ(action.replay, c.replay) << qPrintable(c.method);
         EXPECT_TRUE(action.note.isEmpty());
+        // What a session answers reads back as the same two lines.
+        const RecordedAction back = RecordedAction::fromJson(action.toJson());
+        EXPECT_EQ(back.eventText(), action.eventText());
+        EXPECT_EQ(back.commandLine(), action.commandLine());
     }
 
     // What no command replays says so, and is still shown as the event.
@@ -100,6 +104,7 @@ TEST(RecordedAction, EachRecordedEventBecomesTheCommandThatDoesItAgain)
     EXPECT_TRUE(tab.commandLine().startsWith(QStringLiteral("# no command")));
     EXPECT_EQ(tab.eventText(), QStringLiteral("clickTab %1 \"Orders\"").arg(Field));
     EXPECT_TRUE(tab.toJson().value(QStringLiteral("command")).isNull());
+    EXPECT_EQ(RecordedAction::fromJson(tab.toJson()).commandLine(), tab.commandLine());
 
     // The arguments keep their kinds in JSON: strings stay strings.
     const QJsonObject item =

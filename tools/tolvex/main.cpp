@@ -260,18 +260,7 @@ qint64 printRecorded(const QJsonObject &answer, bool json, qint64 *count)
             out() << "# " << event.value(QStringLiteral("error")).toString() << Qt::endl;
         } else {
             // The JSON form holds everything; the two lines are made from it.
-            RecordedAction action;
-            action.time = event.value(QStringLiteral("time")).toString();
-            action.event = event.value(QStringLiteral("event")).toString();
-            action.object = event.value(QStringLiteral("object")).toString();
-            action.arguments = event.value(QStringLiteral("arguments")).toArray().toVariantList();
-            const QJsonObject command = event.value(QStringLiteral("command")).toObject();
-            if (!command.isEmpty()) {
-                action.replay.append(command.value(QStringLiteral("command")).toString());
-                for (const QJsonValue &arg : command.value(QStringLiteral("args")).toArray())
-                    action.replay.append(arg.toString());
-            }
-            action.note = event.value(QStringLiteral("note")).toString();
+            const RecordedAction action = RecordedAction::fromJson(event);
             const QString time =
                 action.time.isEmpty() ? QStringLiteral("--:--:--.---") : action.time;
             out() << time << "  " << action.eventText() << Qt::endl

@@ -190,6 +190,23 @@ QJsonObject RecordedAction::toJson() const
     return json;
 }
 
+RecordedAction RecordedAction::fromJson(const QJsonObject &json)
+{
+    RecordedAction action;
+    action.time = json.value(QStringLiteral("time")).toString();
+    action.event = json.value(QStringLiteral("event")).toString();
+    action.object = json.value(QStringLiteral("object")).toString();
+    action.arguments = json.value(QStringLiteral("arguments")).toArray().toVariantList();
+    const QJsonObject command = json.value(QStringLiteral("command")).toObject();
+    if (!command.isEmpty()) {
+        action.replay.append(command.value(QStringLiteral("command")).toString());
+        for (const QJsonValue &arg : command.value(QStringLiteral("args")).toArray())
+            action.replay.append(arg.toString());
+    }
+    action.note = json.value(QStringLiteral("note")).toString();
+    return action;
+}
+
 QString shellQuoted(const QString &word)
 {
     static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_./:=+@%,-]+$"));

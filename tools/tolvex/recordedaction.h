@@ -40,6 +40,8 @@ struct RecordedAction
     //  "command":{"command":..., "args":[...]}} for the JSON output and the
     // script mode; "command" is null with a "note" when nothing replays it.
     QJsonObject toJson() const;
+    // The action of such a JSON object, as a session answers it.
+    static RecordedAction fromJson(const QJsonObject &json);
 };
 
 // A word as a POSIX shell reads it back unchanged.
