@@ -15,6 +15,7 @@
 //  - fetchPropertyValuesAsString of every property of every object of the
 //    demo in one call.
 
+#include "demoapplication.h"
 #include "ratioreporter.h"
 #include "remoteapplication.h"
 #include "screenshot.h"
@@ -134,14 +135,7 @@ struct ClientApi
     }
 
 private:
-    ClientApi()
-    {
-        LaunchOptions options;
-        options.program = QStringLiteral(DEMO_APP_PATH);
-        options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-        options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        application = RemoteApplication::launch(options, &error);
-    }
+    ClientApi() { application = TestSupport::launchDemo(QStringLiteral("offscreen"), &error); }
 };
 
 void BM_BareRoundTrip(benchmark::State &state)
@@ -293,11 +287,7 @@ private:
             error = QStringLiteral("needs an X display");
             return;
         }
-        LaunchOptions options;
-        options.program = QStringLiteral(DEMO_APP_PATH);
-        options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-        options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        application = RemoteApplication::launch(options, &error);
+        application = TestSupport::launchDemo(QStringLiteral("xcb"), &error);
         if (!application)
             return;
         application->waitForObject(QStringLiteral("{objectName='submit' type='QPushButton'}"));

@@ -8,8 +8,8 @@
 //  - a bare frame ping-pong of a similar size with an echoing thread.
 
 #include "benchsupport.h"
+#include "demoapplication.h"
 #include "ratioreporter.h"
-#include "remoteapplication.h"
 
 #include <QCoreApplication>
 
@@ -42,11 +42,7 @@ struct Demo
 private:
     Demo()
     {
-        LaunchOptions options;
-        options.program = QStringLiteral(DEMO_APP_PATH);
-        options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-        options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        application = RemoteApplication::launch(options, &error);
+        application = TestSupport::launchDemo(QStringLiteral("offscreen"), &error);
         if (!application)
             return;
         const FunctionCallResult<RemoteObject> found = application->waitForObject(

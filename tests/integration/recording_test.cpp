@@ -1,9 +1,9 @@
 // Recording through the remote functions: the demo application, started
 // unmodified with the agent, records a real click and real typing once the
 // server turns recording on, and sends each event to the server.
+#include "demoapplication.h"
 #include "eventdata.h"
 #include "eventwait.h"
-#include "remoteapplication.h"
 #include "serializable.h"
 
 #include <QDataStream>
@@ -48,12 +48,9 @@ QString describe(const QList<EventData> &events)
 TEST(Recording, ARealClickAndRealTypingReachTheServerAsEvents)
 {
     ASSERT_FALSE(qEnvironmentVariableIsEmpty("DISPLAY")) << "needs an X display";
-    LaunchOptions options;
-    options.program = QStringLiteral(DEMO_APP_PATH);
-    options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-    options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     QString error;
-    std::unique_ptr<RemoteApplication> demo = RemoteApplication::launch(options, &error);
+    std::unique_ptr<RemoteApplication> demo =
+        TestSupport::launchDemo(QStringLiteral("xcb"), &error);
     ASSERT_TRUE(demo) << qPrintable(error);
 
     const FunctionCallResult<RemoteObject> name =
@@ -92,6 +89,11 @@ protected:
         m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
         m_environment.insert(QStringLiteral("TOLVEX_PREFIX"), QStringLiteral(TOLVEX_BUILD_PREFIX));
         m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        // Each test drives the demo in a session of its own.
+        ASSERT_EQ(
+            tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)})
+                .first,
+            0);
     }
 
     void TearDown() override { tolvex({QStringLiteral("quit")}); }
@@ -126,10 +128,6 @@ protected:
 
 TEST_F(RecordCommand, PrintsEachActionWithACommandThatReplaysIt)
 {
-    ASSERT_EQ(
-        tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)})
-            .first,
-        0);
     const QString field = QStringLiteral("{objectName='name' type='QLineEdit'}");
     const QString submit = QStringLiteral("{objectName='submit' type='QPushButton'}");
 
@@ -189,10 +187,6 @@ TEST_F(RecordCommand, PrintsEachActionWithACommandThatReplaysIt)
 
 TEST_F(RecordCommand, PropertiesHighlightPickAndTheDesktopFromTheShell)
 {
-    ASSERT_EQ(
-        tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)})
-            .first,
-        0);
     const QString field = QStringLiteral("{objectName='name' type='QLineEdit'}");
     tolvex({QStringLiteral("set"), field, QStringLiteral("text"), QStringLiteral("Ada")});
     const QStringList properties =

@@ -3,8 +3,8 @@
 // form, a highlight that shows in a desktop capture and goes after its
 // time-out, object pictures natively and through Qt, and picking mode,
 // where a click selects a widget and does not reach the application.
+#include "demoapplication.h"
 #include "eventwait.h"
-#include "remoteapplication.h"
 #include "screenshot.h"
 #include "serializable.h"
 
@@ -22,12 +22,8 @@ protected:
     void SetUp() override
     {
         ASSERT_FALSE(qEnvironmentVariableIsEmpty("DISPLAY")) << "needs an X display";
-        LaunchOptions options;
-        options.program = QStringLiteral(DEMO_APP_PATH);
-        options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-        options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
         QString error;
-        m_demo = RemoteApplication::launch(options, &error);
+        m_demo = TestSupport::launchDemo(QStringLiteral("xcb"), &error);
         ASSERT_TRUE(m_demo) << qPrintable(error);
     }
 

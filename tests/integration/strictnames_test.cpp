@@ -1,7 +1,7 @@
 // Names in the client API are strict: in the demo application a name that
 // fits two check boxes fails and lists both, its occurrence picks one, and a
 // name that fits nothing lists what comes closest.
-#include "remoteapplication.h"
+#include "demoapplication.h"
 
 #include <gtest/gtest.h>
 
@@ -9,12 +9,9 @@ using namespace Tolvex;
 
 TEST(StrictNames, AmbiguousNamesListTheCandidatesAndOccurrencePicksOne)
 {
-    LaunchOptions options;
-    options.program = QStringLiteral(DEMO_APP_PATH);
-    options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
-    options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     QString error;
-    std::unique_ptr<RemoteApplication> demo = RemoteApplication::launch(options, &error);
+    std::unique_ptr<RemoteApplication> demo =
+        TestSupport::launchDemo(QStringLiteral("offscreen"), &error);
     ASSERT_TRUE(demo) << qPrintable(error);
 
     const FunctionCallResult<RemoteObject> both =
