@@ -4,6 +4,7 @@
 // and a non-zero exit.
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -92,6 +93,36 @@ TEST_F(TolvexCommand, ASessionKeepsTheApplicationBetweenCommandsFromAnyShell)
         EXPECT_EQ(run.exitCode, 1) << qPrintable(bad);
         EXPECT_EQ(run.err, QStringLiteral("tolvex get: get: --timeout needs a number of seconds\n"))
             << qPrintable(bad);
+    }
+
+    // A client that goes away while its command waits leaves the session
+    // serving the others, the waiting one's and those that came meanwhile.
+    {
+        QProcess gone;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
+        gone.setProcessEnvironment(environment);
+        gone.start(QStringLiteral(TOLVEX_PATH),
+                   QStringList{QStringLiteral("wait"), QStringLiteral("{name='later'}"),
+                               QStringLiteral("--timeout"), QStringLiteral("2")} +
+                       session);
+        ASSERT_TRUE(gone.waitForStarted());
+        QProcess meanwhile;
+        meanwhile.setProcessEnvironment(environment);
+        QThread::msleep(500);
+        meanwhile.start(QStringLiteral(TOLVEX_PATH),
+                        QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value")} +
+                            session);
+        QThread::msleep(300);
+        gone.kill();
+        gone.waitForFinished();
+        ASSERT_TRUE(meanwhile.waitForFinished(30000));
+        EXPECT_EQ(meanwhile.exitCode(), 0) << meanwhile.readAllStandardError().constData();
+        EXPECT_EQ(meanwhile.readAllStandardOutput(), QByteArray("12\n"));
+        EXPECT_EQ(
+            tolvex(QStringList{QStringLiteral("get"), m_counter, QStringLiteral("value")} + session)
+                .out,
+            QStringLiteral("12\n"));
     }
 
     // A second launch under the same name is refused while the first runs.
