@@ -13,6 +13,7 @@
 #include "objectmap.h"
 #include "platformplugin.h"
 #include "tcpmessagechannel.h"
+#include "windowfunctions_p.h"
 #include "wrapper.h"
 
 #include <QCoreApplication>
@@ -135,7 +136,7 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
         PlatformPlugin::setCurrent(platformPlugin);
     d->exitWaitTimer.setSingleShot(true);
     d->highlightTimer.setSingleShot(true);
-    // The StandardScreen is created here once the screen subsystem exists.
+    d->screen = SharedPtr<Screen>(new StandardScreen);
 
     ipc->setResponseHandler(this);
     ipc->setParent(this);
@@ -152,8 +153,7 @@ Hook::Hook(IPC *ipc, int runnerId, Wrapper *wrapper, AUTProcess *autProcess,
     connect(&d->highlightTimer, &QTimer::timeout, this, &Hook::highlighterTimeout);
     connect(ipc, &AsyncIPC::connectionClosed, this, &Hook::deleteHook);
     connect(ipc, &AsyncIPC::peerGone, this, &Hook::onIPCPeerGone);
-    // The screen global methods are registered here, once per process, with
-    // the screen subsystem.
+    registerWindowAndScreenFunctions();
 
     if (runnerId > 0 && !hookUp())
         return;
@@ -292,6 +292,17 @@ NativeInterface *Hook::nativeInterface() const
 int Hook::wrapperArgument() const
 {
     return d->wrapperArgument;
+}
+
+SharedPtr<Screen> Hook::screen() const
+{
+    return d->screen;
+}
+
+void Hook::setScreen(SharedPtr<Screen> screen)
+{
+    if (screen)
+        d->screen = std::move(screen);
 }
 
 bool Hook::keyPress(const QString &key, bool press)

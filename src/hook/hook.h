@@ -26,6 +26,7 @@ class ObjectList;
 class ObjectHandles;
 class ObjectMap;
 class PlatformPlugin;
+class Screen;
 class TestDataStore;
 class Wrapper;
 struct HookData;
@@ -87,6 +88,10 @@ public:
     // The plug-in's native interface; null without a plug-in.
     NativeInterface *nativeInterface() const;
     int wrapperArgument() const;
+    // The screens scripts ask about: Qt's at first; a toolkit or a test may
+    // put another in its place. Never null.
+    SharedPtr<Screen> screen() const;
+    void setScreen(SharedPtr<Screen> screen);
 
     // The first wrapper, in the order they were added, that owns the object.
     Wrapper *wrapperForObject(SharedPtr<Object> object) const;

@@ -3,6 +3,7 @@
 #include "ipc.h"
 #include "objecthandles.h"
 #include "objectmap.h"
+#include "screen.h"
 #include "testdatastore.h"
 
 #include <QList>
@@ -19,9 +20,8 @@ class AUTProcess;
 class PlatformPlugin;
 class Wrapper;
 
-// The Hook's private record: all of its state. The screen (a StandardScreen
-// at start) and the binary transmissions by stream id join it with the screen
-// globals and the streams.
+// The Hook's private record: all of its state. The binary transmissions by
+// stream id join it with the streams.
 struct HookData
 {
     // The endpoint; the Hook is its QObject parent, so it dies with the Hook.
@@ -61,6 +61,7 @@ struct HookData
     // Stored for the wrappers; nothing here reads it.
     int wrapperArgument = 0;
     int asyncCallDepth = 0;
+    SharedPtr<Screen> screen;
 
     // The objects the server holds handles to.
     ObjectHandles objects;

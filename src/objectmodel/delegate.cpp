@@ -171,6 +171,32 @@ bool DumpObjectTreeDelegate::simplifiedType(SharedPtr<Object>, QString *) const
     return false;
 }
 
+FunctionCallResult<void> WindowInteractionDelegate::setFullscreenWindow(SharedPtr<Object>,
+                                                                        bool) const
+{
+    return {};
+}
+
+FunctionCallResult<void> WindowInteractionDelegate::setForegroundWindow(SharedPtr<Object>) const
+{
+    return {};
+}
+
+FunctionCallResult<void> WindowInteractionDelegate::setFocusedWindow(SharedPtr<Object>) const
+{
+    return {};
+}
+
+FunctionCallResult<SharedPtr<Object>> WindowInteractionDelegate::focusedWindow() const
+{
+    return SharedPtr<Object>();
+}
+
+FunctionCallResult<Rect<2>> WindowInteractionDelegate::windowGeometry(SharedPtr<Object>) const
+{
+    return Rect<2>();
+}
+
 SendEventDelegate::SendEventDelegate()
 {
     Inspector::self()->addSendEventDelegate(this);

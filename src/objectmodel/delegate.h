@@ -189,18 +189,23 @@ public:
     explicit WindowInteractionDelegate(const QString &className)
         : Delegate(className, WindowInteraction)
     {}
-    virtual FunctionCallResult<void> minimizeWindow(SharedPtr<Object> obj) const = 0;
-    virtual FunctionCallResult<void> maximizeWindow(SharedPtr<Object> obj) const = 0;
-    virtual FunctionCallResult<void> restoreWindow(SharedPtr<Object> obj) const = 0;
+    // The object is whatever the script handed in; the delegate finds its
+    // top-level window.
     virtual FunctionCallResult<void> closeWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> maximizeWindow(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> minimizeWindow(SharedPtr<Object> obj) const = 0;
     virtual FunctionCallResult<void> moveWindow(SharedPtr<Object> obj, int x, int y) const = 0;
     virtual FunctionCallResult<void> resizeWindow(SharedPtr<Object> obj, int width,
                                                   int height) const = 0;
-    virtual FunctionCallResult<void> setFullscreenWindow(SharedPtr<Object> obj) const = 0;
-    virtual FunctionCallResult<void> setForegroundWindow(SharedPtr<Object> obj) const = 0;
-    virtual FunctionCallResult<void> setFocusedWindow(SharedPtr<Object> obj) const = 0;
-    virtual FunctionCallResult<SharedPtr<Object>> focusedWindow() const = 0;
-    virtual FunctionCallResult<Rect<2>> windowGeometry(SharedPtr<Object> obj) const = 0;
+    virtual FunctionCallResult<void> restoreWindow(SharedPtr<Object> obj) const = 0;
+    // The rest do nothing and report no error unless a toolkit can do them.
+    virtual FunctionCallResult<void> setFullscreenWindow(SharedPtr<Object> obj,
+                                                         bool fullscreen) const;
+    virtual FunctionCallResult<void> setForegroundWindow(SharedPtr<Object> obj) const;
+    virtual FunctionCallResult<void> setFocusedWindow(SharedPtr<Object> obj) const;
+    // A null object: this toolkit has no focused window.
+    virtual FunctionCallResult<SharedPtr<Object>> focusedWindow() const;
+    virtual FunctionCallResult<Rect<2>> windowGeometry(SharedPtr<Object> obj) const;
 };
 
 // Synthesises events; not a Delegate, it registers with the Inspector.

@@ -15,14 +15,16 @@
 
 namespace TestSupport {
 
-// On a Qt platform: "xcb" for the X display, "offscreen" without one. Null,
-// with the reason, when it does not hook up.
-inline std::unique_ptr<Tolvex::RemoteApplication> launchDemo(const QString &platform,
-                                                             QString *error)
+// On a Qt platform: "xcb" for the X display, "offscreen" without one; with
+// further variables for the demo alone (another DISPLAY, say). Null, with the
+// reason, when it does not hook up.
+inline std::unique_ptr<Tolvex::RemoteApplication>
+launchDemo(const QString &platform, QString *error, const QMap<QString, QString> &environment = {})
 {
     Tolvex::LaunchOptions options;
     options.program = QStringLiteral(DEMO_APP_PATH);
     options.prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
+    options.environment = environment;
     options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
     return Tolvex::RemoteApplication::launch(options, error);
 }

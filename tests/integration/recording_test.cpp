@@ -7,6 +7,7 @@
 #include "serializable.h"
 
 #include <QDataStream>
+#include <QFile>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -209,8 +210,16 @@ TEST_F(RecordCommand, PropertiesHighlightPickAndTheDesktopFromTheShell)
     // begun reaches the application, and is made again.
     const QString terms = QStringLiteral("{objectName='terms' type='QCheckBox'}");
     tolvex({QStringLiteral("click"), terms, QStringLiteral("8"), QStringLiteral("8")});
+    // With an object map, the symbolic name comes on a second line.
+    const QString map = m_runtime.filePath(QStringLiteral("names.map"));
+    {
+        QFile file(map);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(":Terms\t" + tolvex({QStringLiteral("find"), terms}).second.toUtf8() + "\n");
+    }
     QProcess picker;
-    start(&picker, {QStringLiteral("pick"), QStringLiteral("--timeout"), QStringLiteral("30")});
+    start(&picker, {QStringLiteral("pick"), QStringLiteral("--timeout"), QStringLiteral("30"),
+                    QStringLiteral("--object-map"), map});
     ASSERT_TRUE(picker.waitForStarted());
     bool picked = false;
     for (int attempt = 0; attempt < 20 && !picked; ++attempt) {
@@ -222,6 +231,42 @@ TEST_F(RecordCommand, PropertiesHighlightPickAndTheDesktopFromTheShell)
     }
     ASSERT_TRUE(picked);
     EXPECT_EQ(picker.exitCode(), 0) << picker.readAllStandardError().constData();
-    EXPECT_TRUE(QString::fromUtf8(picker.readAllStandardOutput())
-                    .contains(QStringLiteral("objectName='terms'")));
+    const QStringList pickedLines =
+        QString::fromUtf8(picker.readAllStandardOutput()).trimmed().split(QLatin1Char('\n'));
+    ASSERT_EQ(pickedLines.size(), 2);
+    EXPECT_TRUE(pickedLines.at(0).contains(QStringLiteral("objectName='terms'")));
+    EXPECT_EQ(pickedLines.at(1), QStringLiteral(":Terms"));
+}
+
+TEST_F(RecordCommand, WindowAndScreensFromTheShell)
+{
+    const QString window = QStringLiteral("{objectName='mainWindow' type='MainWindow'}");
+    // Each action prints the frame as the window system has it afterwards.
+    const QString moved = tolvex({QStringLiteral("window"), window, QStringLiteral("--move"),
+                                  QStringLiteral("60"), QStringLiteral("70")})
+                              .second;
+    EXPECT_TRUE(moved.contains(QStringLiteral("\"x\":60,\"y\":70"))) << qPrintable(moved);
+    const QString resized = tolvex({QStringLiteral("window"), window, QStringLiteral("--resize"),
+                                    QStringLiteral("610"), QStringLiteral("430")})
+                                .second;
+    EXPECT_EQ(resized, QStringLiteral("{\"height\":430,\"width\":610,\"x\":60,\"y\":70}"));
+    EXPECT_EQ(tolvex({QStringLiteral("get"), window, QStringLiteral("width")}).second,
+              QStringLiteral("610"));
+    EXPECT_EQ(tolvex({QStringLiteral("window"), window, QStringLiteral("--raise")}).first, 0);
+
+    const QStringList screens = tolvex({QStringLiteral("screens")}).second.split(QLatin1Char('\n'));
+    ASSERT_EQ(screens.size(), 1);
+    EXPECT_TRUE(screens.first().contains(QStringLiteral("\"index\":0")))
+        << qPrintable(screens.first());
+    EXPECT_TRUE(screens.first().contains(QStringLiteral("\"x\":0,\"y\":0")))
+        << qPrintable(screens.first());
+
+    // Two actions at once are refused before anything is done.
+    QProcess both;
+    start(&both,
+          {QStringLiteral("window"), window, QStringLiteral("--raise"), QStringLiteral("--close")});
+    ASSERT_TRUE(both.waitForFinished(30000));
+    EXPECT_NE(both.exitCode(), 0);
+    EXPECT_TRUE(
+        QString::fromUtf8(both.readAllStandardError()).contains(QStringLiteral("only one")));
 }

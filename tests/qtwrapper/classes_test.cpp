@@ -204,10 +204,20 @@ TEST(QtClasses, MembersAreSlotsInvokablesSignalsAndEnumerators)
             if (!method)
                 continue;
             for (const Argument &a : method->signature()) {
-                if (a.type()) {
-                    EXPECT_LE(a.type()->id(), qMax(k->id(), method->type()->id()))
-                        << k->className() << "::" << method->name();
+                if (!a.type())
+                    continue;
+                // The global class gains functions as wrappers start. Their
+                // later arguments are of the value classes every Inspector
+                // makes at its start, which a reader finds by name.
+                if (k->id() == GlobalClassId && a.type()->id() > GlobalClassId) {
+                    EXPECT_TRUE(
+                        a.type()->fullyQualifiedClassName().startsWith(QLatin1String("UiTypes")))
+                        << a.type()->fullyQualifiedClassName().toStdString() << " in "
+                        << method->name().toStdString();
+                    continue;
                 }
+                EXPECT_LE(a.type()->id(), qMax(k->id(), method->type()->id()))
+                    << k->className() << "::" << method->name();
             }
         }
     }

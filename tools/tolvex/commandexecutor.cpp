@@ -1,6 +1,8 @@
 #include "commandexecutor.h"
 
 #include "eventwait.h"
+#include "objectmap.h"
+#include "objectname.h"
 #include "recordedaction.h"
 #include "screenshot.h"
 
@@ -33,6 +35,9 @@ struct Invocation
     bool doubleClick = false;
     bool desktop = false;
     int highlightMs = 2000;
+    // window: the action ("move", "resize", "raise", ...) and its numbers.
+    QString windowAction;
+    QList<int> windowValues;
     // record.
     int forMs = 0;
     qsizetype from = -1;
@@ -113,10 +118,24 @@ const CommandInfo Commands[] = {
      "Draws a frame around the object on the screen for S seconds (2 unless --seconds says "
      "otherwise; 0 keeps it until the next highlight).",
      1, 1, true},
-    {"pick", "pick [--timeout S]",
+    {"pick", "pick [--object-map FILE] [--timeout S]",
      "Waits for a click in the application and prints the real name of the object clicked; "
      "the click does not reach the application. The object under the pointer is framed "
-     "meanwhile. Waits 60 s unless --timeout says otherwise.",
+     "meanwhile. With an object map (given here or to launch), a second line holds the "
+     "object's symbolic name, or the one it would get, marked \"(not in the map)\". Waits "
+     "60 s unless --timeout says otherwise.",
+     0, 0, true},
+    {"window",
+     "window NAME [--move X Y | --resize W H | --raise | --minimize | --maximize | --restore "
+     "| --fullscreen | --close]",
+     "Acts on the top-level window that shows the object: moves its frame to X, Y, resizes "
+     "its contents to W by H (logical pixels), raises and activates it, minimizes, maximizes, "
+     "restores, shows it full screen or closes it. Prints the window's frame geometry "
+     "afterwards, once a move or resize has taken effect (or after 2 s).",
+     1, 1, true},
+    {"screens", "screens",
+     "Prints each screen of the desktop as the application sees it: its index, geometry "
+     "(logical pixels) and orientation.",
      0, 0, true},
     {"record", "record [--for S] [--json] | record --stop",
      "Turns recording on and prints the user's actions in the application as they happen: "
@@ -128,6 +147,32 @@ const CommandInfo Commands[] = {
      0, 0, true},
     {"quit", "quit", "Ends the application.", 0, 0, true},
 };
+
+FunctionCallResult<QString> readObjectMap(const QString &path)
+{
+    QFile map(path);
+    if (!map.open(QIODevice::ReadOnly))
+        return FunctionCallResult<QString>::failure(
+            QStringLiteral("Cannot read the object map %1: %2").arg(path, map.errorString()));
+    return QString::fromUtf8(map.readAll());
+}
+
+// A screen rectangle of the application as JSON.
+FunctionCallResult<QJsonObject> rectangleOf(const QVariant &value)
+{
+    using Result = FunctionCallResult<QJsonObject>;
+    const RemoteObject rectangle = value.value<RemoteObject>();
+    if (rectangle.isNull())
+        return Result::failure(QStringLiteral("The application answered no rectangle"));
+    QJsonObject json;
+    for (const char *field : {"x", "y", "width", "height"}) {
+        const FunctionCallResult<QVariant> v = rectangle.property(QString::fromLatin1(field));
+        if (v.isError())
+            return Result::failure(v.error);
+        json.insert(QString::fromLatin1(field), v.value.toInt());
+    }
+    return json;
+}
 
 const CommandInfo *infoOf(const QString &name)
 {
@@ -212,6 +257,23 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             if (value.isError() || call.pointer.modifiers < 0)
                 return Result(call, QStringLiteral("--modifiers is Control, Shift, Alt, Win or "
                                                    "Command, joined by +"));
+        } else if (word == QLatin1String("--move") || word == QLatin1String("--resize")) {
+            if (!call.windowAction.isEmpty())
+                return Result(call, QStringLiteral("only one window action at a time"));
+            call.windowAction = word.mid(2);
+            for (int n = 0; n < 2; ++n) {
+                bool ok = false;
+                call.windowValues.append(next(qPrintable(word)).value.toInt(&ok));
+                if (!ok)
+                    return Result(call,
+                                  QStringLiteral("%1 needs two whole numbers of pixels").arg(word));
+            }
+        } else if (word == QLatin1String("--raise") || word == QLatin1String("--minimize") ||
+                   word == QLatin1String("--maximize") || word == QLatin1String("--restore") ||
+                   word == QLatin1String("--fullscreen") || word == QLatin1String("--close")) {
+            if (!call.windowAction.isEmpty())
+                return Result(call, QStringLiteral("only one window action at a time"));
+            call.windowAction = word.mid(2);
         } else if (word == QLatin1String("--for")) {
             if (!seconds("--for", &call.forMs))
                 return Result(call, QStringLiteral("--for needs a number of seconds"));
@@ -449,20 +511,24 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         std::unique_ptr<RemoteApplication> launched = RemoteApplication::launch(options, &error);
         if (!launched)
             return fail(error);
+        QString mapText;
         if (!call.objectMap.isEmpty()) {
-            QFile map(call.objectMap);
-            if (!map.open(QIODevice::ReadOnly))
-                return fail(QStringLiteral("Cannot read the object map %1: %2")
-                                .arg(call.objectMap, map.errorString()));
-            launched->send(QStringLiteral("setObjectMap"), {QString::fromUtf8(map.readAll())});
+            const FunctionCallResult<QString> map = readObjectMap(call.objectMap);
+            if (map.isError())
+                return fail(map.error);
+            mapText = map.value;
+            launched->send(QStringLiteral("setObjectMap"), {mapText});
         }
         m_application = std::move(launched);
+        m_objectMap = mapText;
         return {true, QStringLiteral("%1 hooked up").arg(options.program), {}};
     }
     if (command == QLatin1String("record"))
         return record(call.forMs, call.from, call.stop);
     if (command == QLatin1String("pick"))
-        return pick(call.timeoutMs < 0 ? 60000 : call.timeoutMs);
+        return pick(call.timeoutMs < 0 ? 60000 : call.timeoutMs, call.objectMap);
+    if (command == QLatin1String("screens"))
+        return screens();
     if (command == QLatin1String("screenshot") && (call.desktop || call.args.isEmpty())) {
         if (!call.desktop || !call.args.isEmpty())
             return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
@@ -510,7 +576,8 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return {true, lines, {}};
     }
 
-    const bool existsOnly = command == QLatin1String("find");
+    // A window may be minimized or hidden, which is not ready for input.
+    const bool existsOnly = command == QLatin1String("find") || command == QLatin1String("window");
     const FunctionCallResult<RemoteObject> found = m_application->waitForObject(
         call.args.first(), call.timeoutMs,
         existsOnly ? RemoteApplication::Readiness::Exists : RemoteApplication::Readiness::Ready);
@@ -522,6 +589,8 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
                                 : CommandOutcome{true, QJsonValue(QJsonValue::Null), {}};
     };
 
+    if (command == QLatin1String("window"))
+        return window(object, call.windowAction, call.windowValues);
     if (command == QLatin1String("find") || command == QLatin1String("wait")) {
         const FunctionCallResult<QString> name = object.realName();
         return name.isError() ? fail(name.error) : CommandOutcome{true, name.value, {}};
@@ -629,8 +698,15 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
     return fail(QStringLiteral("%1 is not done here").arg(command));
 }
 
-CommandOutcome CommandExecutor::pick(int timeoutMs)
+CommandOutcome CommandExecutor::pick(int timeoutMs, const QString &objectMapFile)
 {
+    QString mapText = m_objectMap;
+    if (!objectMapFile.isEmpty()) {
+        const FunctionCallResult<QString> map = readObjectMap(objectMapFile);
+        if (map.isError())
+            return CommandOutcome::failure(map.error);
+        mapText = map.value;
+    }
     const QString picked = QStringLiteral("objectPicked");
     const qsizetype before = m_application->received(picked).size();
     if (!m_application->send(QStringLiteral("spyGUI"), {true}))
@@ -650,7 +726,102 @@ CommandOutcome CommandExecutor::pick(int timeoutMs)
     const ArgumentList &args = all.at(before);
     // The agent's handle is not kept: the name is what the tester wants.
     m_application->release(m_application->objectFromWire(args.value(0)).id());
-    return {true, args.value(1).toString(), {}};
+    const QString realName = args.value(1).toString();
+    if (mapText.isEmpty())
+        return {true, realName, {}};
+    ObjectMap map;
+    map.loadFromString(mapText);
+    QString symbolic = map.printableName(realName);
+    // A map written by hand may hold nested names as they are printed,
+    // where the tool writes them with their symbols.
+    const ObjectName pickedName(realName);
+    for (const QString &name : map.symbolicNames())
+        if (!symbolic.startsWith(QLatin1Char(':')) && map.objectName(name) == pickedName)
+            symbolic = name;
+    if (!symbolic.startsWith(QLatin1Char(':')))
+        symbolic = map.symbolicName(realName, true) + QStringLiteral(" (not in the map)");
+    return {true, QJsonArray{realName, symbolic}, {}};
+}
+
+CommandOutcome CommandExecutor::window(const RemoteObject &object, const QString &action,
+                                       const QList<int> &values)
+{
+    static const QMap<QString, QString> functions = {
+        {QStringLiteral("move"), QStringLiteral("_tolvex_window_moveto")},
+        {QStringLiteral("resize"), QStringLiteral("_tolvex_window_resizeto")},
+        {QStringLiteral("raise"), QStringLiteral("_tolvex_window_foreground_set")},
+        {QStringLiteral("minimize"), QStringLiteral("_tolvex_window_minimize")},
+        {QStringLiteral("maximize"), QStringLiteral("_tolvex_window_maximize")},
+        {QStringLiteral("restore"), QStringLiteral("_tolvex_window_restore")},
+        {QStringLiteral("fullscreen"), QStringLiteral("_tolvex_window_fullscreen_set")},
+        {QStringLiteral("close"), QStringLiteral("_tolvex_window_close")},
+    };
+    const QVariant target = QVariant::fromValue(object);
+    if (!action.isEmpty()) {
+        QVariantList arguments{target};
+        for (int value : values)
+            arguments.append(value);
+        if (action == QLatin1String("fullscreen"))
+            arguments.append(true);
+        const FunctionCallResult<QVariant> done =
+            m_application->callGlobal(functions.value(action), arguments);
+        if (done.isError())
+            return CommandOutcome::failure(done.error);
+        if (action == QLatin1String("close"))
+            return {true, QJsonValue(QJsonValue::Null), {}};
+    }
+    // The window system moves and resizes a moment later; wait for it, but
+    // not for ever: a window manager may place the window elsewhere.
+    const auto reached = [&](const QJsonObject &frame) {
+        if (action == QLatin1String("move"))
+            return frame.value(QStringLiteral("x")).toInt() == values.at(0) &&
+                   frame.value(QStringLiteral("y")).toInt() == values.at(1);
+        return action != QLatin1String("resize") ||
+               (frame.value(QStringLiteral("width")).toInt() >= values.at(0) &&
+                frame.value(QStringLiteral("height")).toInt() >= values.at(1));
+    };
+    const QDeadlineTimer deadline(2000);
+    PollPause pause;
+    for (;;) {
+        const FunctionCallResult<QVariant> geometry =
+            m_application->callGlobal(QStringLiteral("_tolvex_window_geometry_get"), {target});
+        if (geometry.isError())
+            return CommandOutcome::failure(geometry.error);
+        const FunctionCallResult<QJsonObject> frame = rectangleOf(geometry.value);
+        if (frame.isError())
+            return CommandOutcome::failure(frame.error);
+        if (reached(frame.value) || deadline.hasExpired())
+            return {true, frame.value, {}};
+        pause.wait();
+    }
+}
+
+CommandOutcome CommandExecutor::screens()
+{
+    const FunctionCallResult<QVariant> count =
+        m_application->callGlobal(QStringLiteral("_tolvex_screen_count_get"));
+    if (count.isError())
+        return CommandOutcome::failure(count.error);
+    QJsonArray lines;
+    for (int i = 0; i < count.value.toInt(); ++i) {
+        const FunctionCallResult<QVariant> geometry =
+            m_application->callGlobal(QStringLiteral("_tolvex_screen_geometry_get"), {i});
+        const FunctionCallResult<QJsonObject> rectangle =
+            geometry.isError() ? FunctionCallResult<QJsonObject>::failure(geometry.error)
+                               : rectangleOf(geometry.value);
+        const FunctionCallResult<QVariant> orientation =
+            m_application->callGlobal(QStringLiteral("_tolvex_screen_orientation_get"), {i});
+        if (rectangle.isError() || orientation.isError())
+            return CommandOutcome::failure(rectangle.isError() ? rectangle.error
+                                                               : orientation.error);
+        QJsonObject screen = rectangle.value;
+        screen.insert(QStringLiteral("index"), i);
+        screen.insert(QStringLiteral("orientation"), orientation.value.toInt() == 2
+                                                         ? QStringLiteral("landscape")
+                                                         : QStringLiteral("portrait"));
+        lines.append(screen);
+    }
+    return {true, lines, {}};
 }
 
 CommandOutcome CommandExecutor::record(int forMs, qsizetype from, bool stop)

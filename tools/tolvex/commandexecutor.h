@@ -70,11 +70,16 @@ private:
     CommandOutcome record(int forMs, qsizetype from, bool stop);
     // Turns picking mode on until the user clicks an object, and answers its
     // real name.
-    CommandOutcome pick(int timeoutMs);
+    CommandOutcome pick(int timeoutMs, const QString &objectMapFile);
+    CommandOutcome window(const RemoteObject &object, const QString &action,
+                          const QList<int> &values);
+    CommandOutcome screens();
 
     std::unique_ptr<RemoteApplication> m_application;
     bool m_recording = false;
     QString m_applicationOutput;
+    // The object map the application was launched with, as text.
+    QString m_objectMap;
 };
 
 } // namespace Tolvex

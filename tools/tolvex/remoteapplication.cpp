@@ -4,6 +4,7 @@
 #include "autlauncher.h"
 #include "eventwait.h"
 #include "objectname.h"
+#include "primitiveclassid.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -267,9 +268,21 @@ RemoteObject RemoteApplication::objectFromWire(const QVariant &wire)
 {
     const QString text = wire.toString();
     const qsizetype comma = text.indexOf(QLatin1Char(','));
-    if (comma <= 0)
+    const int id = comma > 0 ? text.left(comma).toInt() : 0;
+    if (id <= 0)
         return RemoteObject();
-    return RemoteObject(this, text.left(comma).toInt(), text.mid(comma + 1).toInt());
+    return RemoteObject(this, id, text.mid(comma + 1).toInt());
+}
+
+FunctionCallResult<QVariant> RemoteApplication::callGlobal(const QString &function,
+                                                           const QVariantList &arguments)
+{
+    if (!m_classes.method(GlobalClassId, function, int(arguments.size())))
+        return FunctionCallResult<QVariant>::failure(
+            QStringLiteral("The application has no global function %1 that takes %2 arguments")
+                .arg(function)
+                .arg(arguments.size()));
+    return RemoteObject::ofClass(this, GlobalClassId).call(function, arguments);
 }
 
 void RemoteApplication::release(int id)

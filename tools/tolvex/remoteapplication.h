@@ -88,10 +88,17 @@ public:
     void settleBeforeClick(int objectId);
     void noteClick(int objectId);
 
+    // One of the application's global functions ("_tolvex_screen_count_get",
+    // "getClipboardText", ...), with the arguments converted as for a method.
+    FunctionCallResult<QVariant> callGlobal(const QString &function,
+                                            const QVariantList &arguments = {});
+
     const ClassCatalogue &classes() const { return m_classes; }
     RemoteObject objectFromWire(const QVariant &wire);
     // Gives the agent's handle for an object back.
     void release(int id);
+    // The agent's last error text, which reading clears.
+    QString lastError();
 
     // Asks the application to end and waits for it; kills what is left.
     void quit(int timeoutMs = 5000);
@@ -100,7 +107,6 @@ private:
     RemoteApplication();
     bool hookUp(const LaunchOptions &options, QString *error);
     FunctionCallResult<RemoteObject> resolve(const QString &name);
-    QString lastError();
 
     // Calls given up on, whose answer may still come: declared before the
     // server, so that they go after it.

@@ -172,6 +172,10 @@ FunctionCallResult<QVariant> RemoteObject::call(const QString &method,
     ArgumentList args{m_id, m->id()};
     for (int id : ids.value)
         args.append(id);
+    // A method that fails answers null and leaves its reason as the agent's
+    // error; one that answers null on success leaves none, so an older
+    // error must not be there to be mistaken for it.
+    m_application->lastError();
     const FunctionCallResult<ArgumentList> answer =
         m_application->call(QStringLiteral("invoke"), args);
     for (int i = 0; i < ids.value.size(); ++i)
@@ -179,6 +183,11 @@ FunctionCallResult<QVariant> RemoteObject::call(const QString &method,
             m_application->release(ids.value.at(i));
     if (answer.isError())
         return Result(QVariant(), answer.error);
+    if (!answer.value.value(0).isValid()) {
+        const QString error = m_application->lastError();
+        if (!error.isEmpty())
+            return Result(QVariant(), error);
+    }
     return valueOf(m_application, answer.value.value(0));
 }
 

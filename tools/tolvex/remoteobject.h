@@ -37,7 +37,15 @@ public:
         : m_application(application), m_id(id), m_classId(classId)
     {}
 
-    bool isNull() const { return !m_application || m_id <= 0; }
+    // A class itself, for its static members; the global class holds the
+    // application's global functions. Its id is the class id negated, as
+    // the agent takes it.
+    static RemoteObject ofClass(RemoteApplication *application, int classId)
+    {
+        return RemoteObject(application, -classId, classId);
+    }
+
+    bool isNull() const { return !m_application || m_id == 0; }
     int id() const { return m_id; }
     int classId() const { return m_classId; }
     QString className() const;

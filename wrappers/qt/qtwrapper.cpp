@@ -1,6 +1,7 @@
 #include "qtwrapper.h"
 
 #include "classregistrar.h"
+#include "commonwrapperapi.h"
 #include "delegate.h"
 #include "globalclass.h"
 #include "hook.h"
@@ -20,6 +21,7 @@
 #include "qtreadiness.h"
 #include "qtrecorder.h"
 #include "qtvalueclass.h"
+#include "qtwindowdelegate.h"
 #include "widgethighlighter.h"
 
 #include <QAbstractItemView>
@@ -103,6 +105,11 @@ void setUpProcess()
     inspector->numObjects();
     if (!topLevel->askedForTopLevel())
         inspector->addTopLevelHierarchyDelegate(topLevel);
+    QtWindowDelegate::addAll();
+    CommonWrapperAPI::registerTypes();
+    CommonWrapperAPI::registerConsoleFunctions();
+    CommonWrapperAPI::registerClipboardFunctions();
+    CommonWrapperAPI::registerNativeFunctions();
     registerGlobalMethods();
 }
 
