@@ -189,6 +189,9 @@ public:
     // Pictures of objects and of the desktop, in the screenshot wire form;
     // an invalid value when there is none.
     QVariant grabObjectScreenshot(int id, int flags, int delay);
+    // The snapshot of the tree under an object: the object's id, then one
+    // filter document per toolkit. Empty, with error set, on failure.
+    QByteArray dumpObject(const ArgumentList &args, QString *error);
     QVariant desktopScreenshot();
     // A QPixmap or QImage object as PNG bytes.
     QVariant getPixmapAsImage(int id);

@@ -133,7 +133,7 @@ Point<1> GeometryDelegate::relativeToNative(SharedPtr<Object> obj, int x, int y)
     return p.isValid() ? Point<1>(p.x, p.y) : Point<1>();
 }
 
-bool DumpObjectTreeDelegate::enterDump(SharedPtr<Object>, const QString &) const
+bool DumpObjectTreeDelegate::enterDump(SharedPtr<Object>, const DumpFilters &, QString *) const
 {
     return false;
 }
@@ -141,7 +141,8 @@ bool DumpObjectTreeDelegate::leaveDump(QString *) const
 {
     return false;
 }
-bool DumpObjectTreeDelegate::dumpObject(SharedPtr<Object>, bool, UIAbstraction::UIElement **) const
+bool DumpObjectTreeDelegate::dumpObject(SharedPtr<Object>, bool, UIAbstraction::UIElement **,
+                                        const DumpFilters &, QString *) const
 {
     return false;
 }

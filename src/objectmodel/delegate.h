@@ -9,6 +9,9 @@
 
 #include <QString>
 
+#include <map>
+#include <string>
+
 namespace Tolvex {
 
 class Class;
@@ -19,6 +22,7 @@ class ObjectName;
 class Property;
 class PropertyDeclaration;
 
+class DumpFilter;
 namespace UIAbstraction {
 class UIElement;
 }
@@ -164,19 +168,27 @@ public:
     virtual SharedPtr<Object> window(SharedPtr<Object> obj) const = 0;
 };
 
+// The filters of one snapshot, by the name of the wrapper they are for.
+using DumpFilters = std::map<std::string, DumpFilter *>;
+
+// A toolkit's say in snapshots of its objects. Every operation answers false
+// by default. For the three about the walk itself false stops the dump,
+// with the reason in error: a delegate that takes part answers true there.
+// For the others false means that the generic way is used.
 class TOLVEX_EXPORT DumpObjectTreeDelegate : public Delegate
 {
 public:
     explicit DumpObjectTreeDelegate(const QString &className) : Delegate(className, DumpObjectTree)
     {}
-    // Every operation answers false to mean "use the generic way".
-    virtual bool enterDump(SharedPtr<Object> obj, const QString &filters) const;
-    virtual bool leaveDump(QString *result) const;
-    virtual bool dumpObject(SharedPtr<Object> obj, bool recursive,
-                            UIAbstraction::UIElement **element) const;
+    virtual bool enterDump(SharedPtr<Object> obj, const DumpFilters &filters, QString *error) const;
+    virtual bool leaveDump(QString *error) const;
+    // True when the delegate made the element and its subtree itself.
+    virtual bool dumpObject(SharedPtr<Object> obj, bool isRoot, UIAbstraction::UIElement **element,
+                            const DumpFilters &filters, QString *error) const;
     virtual bool takeScreenshot(SharedPtr<Object> obj, UIAbstraction::UIElement *element) const;
+    // type: 0 a concrete property, 1 an identifying one.
     virtual bool setProperty(const Property *property, SharedPtr<Object> obj,
-                             UIAbstraction::UIElement *element, int index) const;
+                             UIAbstraction::UIElement *element, int type) const;
     virtual bool children(SharedPtr<Object> obj, ObjectList *children) const;
     virtual bool visibleGlobalBounds(SharedPtr<Object> obj, Rect<2> *bounds) const;
     virtual bool isTransparent(SharedPtr<Object> obj) const;

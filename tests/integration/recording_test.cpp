@@ -14,6 +14,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -269,4 +270,72 @@ TEST_F(RecordCommand, WindowAndScreensFromTheShell)
     EXPECT_NE(both.exitCode(), 0);
     EXPECT_TRUE(
         QString::fromUtf8(both.readAllStandardError()).contains(QStringLiteral("only one")));
+}
+
+TEST_F(RecordCommand, ASnapshotPageShowsTheTreeAndTheWindowInABrowser)
+{
+    const QString window = QStringLiteral("{objectName='mainWindow' type='MainWindow'}");
+    const QString json = m_runtime.filePath(QStringLiteral("tree.json"));
+    const QString page = m_runtime.filePath(QStringLiteral("tree.html"));
+    ASSERT_EQ(tolvex({QStringLiteral("snapshot"), window, QStringLiteral("-o"), json}).first, 0);
+    ASSERT_EQ(tolvex({QStringLiteral("snapshot"), window, QStringLiteral("-o"), page}).first, 0);
+
+    QFile jsonFile(json);
+    ASSERT_TRUE(jsonFile.open(QIODevice::ReadOnly));
+    const QJsonObject root = QJsonDocument::fromJson(jsonFile.readAll()).object();
+    EXPECT_EQ(root.value(QStringLiteral("standardType")).toString(), QStringLiteral("Window"));
+    EXPECT_EQ(root.value(QStringLiteral("text")).toString(), QStringLiteral("Tolvex Demo"));
+    const QByteArray png = QByteArray::fromBase64(
+        root.value(QStringLiteral("image")).toString().section(QLatin1Char(','), 1).toLatin1());
+    const QImage picture = QImage::fromData(png, "PNG").convertToFormat(QImage::Format_RGB32);
+    ASSERT_FALSE(picture.isNull());
+
+    // The page as Debian's browser makes it: the tree built, the first row
+    // chosen, its window's picture shown with an outline over it.
+    const auto chromium = [&](const QStringList &arguments) {
+        QProcess browser;
+        browser.start(QStringLiteral("chromium"),
+                      QStringList{QStringLiteral("--headless"), QStringLiteral("--no-sandbox"),
+                                  QStringLiteral("--disable-gpu"),
+                                  QStringLiteral("--window-size=1280,900")} +
+                          arguments + QStringList{QUrl::fromLocalFile(page).toString()});
+        EXPECT_TRUE(browser.waitForFinished(60000)) << "chromium must be installed";
+        return QString::fromUtf8(browser.readAllStandardOutput());
+    };
+    const QString dom = chromium({QStringLiteral("--dump-dom")});
+    EXPECT_TRUE(dom.contains(QStringLiteral("class=\"node selected\"")))
+        << qPrintable(dom.left(300));
+    EXPECT_TRUE(dom.contains(QStringLiteral("QPushButton")));
+    EXPECT_TRUE(dom.contains(QStringLiteral("id=\"image\" src=\"data:image/png;base64,")));
+    EXPECT_TRUE(dom.contains(QStringLiteral("display: block")));
+
+    const QString shotPath = m_runtime.filePath(QStringLiteral("page.png"));
+    chromium({QStringLiteral("--screenshot=") + shotPath});
+    const QImage shot = QImage(shotPath).convertToFormat(QImage::Format_RGB32);
+    ASSERT_FALSE(shot.isNull());
+    // The outline: pure red, all round a window.
+    int red = 0;
+    for (int y = 0; y < shot.height(); ++y)
+        for (int x = 0; x < shot.width(); ++x)
+            red += shot.pixel(x, y) == qRgb(255, 0, 0) ? 1 : 0;
+    EXPECT_GT(red, 2 * (picture.width() + picture.height()));
+    // The window's own pixels: a run of its menu bar row is somewhere on
+    // the page, within what the browser's colour handling changes.
+    const auto close = [](QRgb a, QRgb b) {
+        return qAbs(qRed(a) - qRed(b)) <= 4 && qAbs(qGreen(a) - qGreen(b)) <= 4 &&
+               qAbs(qBlue(a) - qBlue(b)) <= 4;
+    };
+    // The outline covers its edges, so the run starts inside.
+    const int row = 10;
+    const int from = 10;
+    const int length = qMin(200, picture.width() - 2 * from);
+    bool found = false;
+    for (int y = 0; y < shot.height() && !found; ++y)
+        for (int x = 0; x + length <= shot.width() && !found; ++x) {
+            int i = 0;
+            while (i < length && close(shot.pixel(x + i, y), picture.pixel(from + i, row)))
+                ++i;
+            found = i == length;
+        }
+    EXPECT_TRUE(found);
 }

@@ -5,6 +5,8 @@
 #include "objectname.h"
 #include "recordedaction.h"
 #include "screenshot.h"
+#include "snapshotwriter.h"
+#include "uielement.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -28,6 +30,7 @@ struct Invocation
     int timeoutMs = -1;
     QString output;
     QString objectMap;
+    QString filter;
     bool noPreload = false;
     QMap<QString, QString> environment;
     // Pointer commands.
@@ -133,6 +136,13 @@ const CommandInfo Commands[] = {
      "restores, shows it full screen or closes it. Prints the window's frame geometry "
      "afterwards, once a move or resize has taken effect (or after 2 s).",
      1, 1, true},
+    {"snapshot", "snapshot NAME [--filter FILE] -o FILE.json|FILE.html",
+     "Writes the tree of objects under NAME as the snapshot filter takes it: each element's "
+     "standard and concrete type, text, geometry, names and properties, with pictures of the "
+     "windows. A file ending in .html is one page to open in a browser, with a search box; a "
+     "click on an element outlines it on its window's picture. Without --filter every Qt "
+     "object that is shown is taken, with all its properties, and a picture of NAME.",
+     1, 1, true},
     {"screens", "screens",
      "Prints each screen of the desktop as the application sees it: its index, geometry "
      "(logical pixels) and orientation.",
@@ -229,6 +239,11 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             if (value.isError())
                 return Result(call, value.error);
             call.objectMap = value.value;
+        } else if (word == QLatin1String("--filter")) {
+            const FunctionCallResult<QString> value = next("--filter");
+            if (value.isError())
+                return Result(call, value.error);
+            call.filter = value.value;
         } else if (word == QLatin1String("--env")) {
             const FunctionCallResult<QString> value = next("--env");
             const qsizetype equals = value.value.indexOf(QLatin1Char('='));
@@ -457,6 +472,8 @@ CommandOutcome CommandExecutor::run(const QJsonObject &request)
               << QString::number(request.value(QStringLiteral("timeout")).toDouble());
     if (request.contains(QStringLiteral("output")))
         words << QStringLiteral("-o") << request.value(QStringLiteral("output")).toString();
+    if (request.contains(QStringLiteral("filter")))
+        words << QStringLiteral("--filter") << request.value(QStringLiteral("filter")).toString();
     if (request.contains(QStringLiteral("objectMap")))
         words << QStringLiteral("--object-map")
               << request.value(QStringLiteral("objectMap")).toString();
@@ -591,6 +608,8 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
 
     if (command == QLatin1String("window"))
         return window(object, call.windowAction, call.windowValues);
+    if (command == QLatin1String("snapshot"))
+        return snapshot(object, call.filter, call.output);
     if (command == QLatin1String("find") || command == QLatin1String("wait")) {
         const FunctionCallResult<QString> name = object.realName();
         return name.isError() ? fail(name.error) : CommandOutcome{true, name.value, {}};
@@ -794,6 +813,53 @@ CommandOutcome CommandExecutor::window(const RemoteObject &object, const QString
             return {true, frame.value, {}};
         pause.wait();
     }
+}
+
+CommandOutcome CommandExecutor::snapshot(const RemoteObject &object, const QString &filterFile,
+                                         const QString &output)
+{
+    // Everything shown, every property, the picture of the top only.
+    static const QByteArray DefaultFilter = R"(<objectdump wrapper="Qt">
+  <element type="*">
+    <properties><property name="*" exclude="false"/></properties>
+    <screenshot exclude="true"/>
+    <transparentNodes exclude="true"/>
+  </element>
+</objectdump>)";
+    if (output.isEmpty())
+        return CommandOutcome::failure(QStringLiteral("snapshot: -o FILE is needed"));
+    QByteArray filter = DefaultFilter;
+    if (!filterFile.isEmpty()) {
+        QFile file(filterFile);
+        if (!file.open(QIODevice::ReadOnly))
+            return CommandOutcome::failure(QStringLiteral("Cannot read the filter %1: %2")
+                                               .arg(filterFile, file.errorString()));
+        filter = file.readAll();
+    }
+    // Pictures take their time; a large tree more.
+    const FunctionCallResult<ArgumentList> answer =
+        m_application->call(QStringLiteral("dumpObject"), {object.id(), filter}, 120000);
+    if (answer.isError())
+        return CommandOutcome::failure(answer.error);
+    const QByteArray bytes = answer.value.value(0).toByteArray();
+    if (bytes.isEmpty() || quint8(bytes.at(0)) != 0xC5) {
+        const qsizetype reason = bytes.lastIndexOf(char(0xC4));
+        return CommandOutcome::failure(reason < 0
+                                           ? QStringLiteral("The application gave no snapshot")
+                                           : QString::fromUtf8(bytes.mid(reason + 1)));
+    }
+    const QList<UIAbstraction::UIElement *> trees =
+        UIAbstraction::UIElement::elementsFromByteArray(bytes.mid(1));
+    const std::unique_ptr<UIAbstraction::UIElement> root(trees.value(0));
+    for (qsizetype i = 1; i < trees.size(); ++i)
+        delete trees.at(i);
+    if (!root)
+        return CommandOutcome::failure(
+            QStringLiteral("The filter leaves nothing of the object: its class is excluded"));
+    QString error;
+    if (!SnapshotWriter::write(*root, output, &error))
+        return CommandOutcome::failure(error);
+    return {true, output, {}};
 }
 
 CommandOutcome CommandExecutor::screens()

@@ -74,6 +74,8 @@ private:
     CommandOutcome window(const RemoteObject &object, const QString &action,
                           const QList<int> &values);
     CommandOutcome screens();
+    CommandOutcome snapshot(const RemoteObject &object, const QString &filterFile,
+                            const QString &output);
 
     std::unique_ptr<RemoteApplication> m_application;
     bool m_recording = false;

@@ -532,7 +532,7 @@ int main(int argc, char **argv)
         "  launch    start a program with the agent in a session: launch -- PROGRAM\n"
         "  objects, find, get, set, call, expect, click, doubleclick, clickitem,\n"
         "  type, key, wait, screenshot, properties, highlight, pick, window,\n"
-        "  screens, quit\n"
+        "  screens, snapshot, quit\n"
         "            act on the session's application by object names\n"
         "  record    print the user's actions as events and as the commands that\n"
         "            replay them\n"

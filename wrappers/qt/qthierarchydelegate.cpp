@@ -92,7 +92,7 @@ SharedPtr<Object> QtHierarchyDelegate::parent(SharedPtr<Object> obj) const
 
 int QtHierarchyDelegate::wrapperType(SharedPtr<Object>) const
 {
-    return 0;
+    return 5; // "Qt" in snapshot filters
 }
 
 } // namespace Tolvex

@@ -64,7 +64,7 @@ public:
         const ItemRef *ref = refOf(obj);
         return ref ? QtObjectRegistry::wrap(ref->view) : nullptr;
     }
-    int wrapperType(SharedPtr<Object>) const override { return 0; }
+    int wrapperType(SharedPtr<Object>) const override { return 5; }
 };
 
 class ItemGeometry : public GeometryDelegate

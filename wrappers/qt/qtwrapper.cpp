@@ -11,6 +11,7 @@
 #include "platformplugin.h"
 #include "primitiveclassid.h"
 #include "qtclass.h"
+#include "qtdumpdelegate.h"
 #include "qtgeometrydelegate.h"
 #include "qthierarchydelegate.h"
 #include "qtitemclass.h"
@@ -106,6 +107,7 @@ void setUpProcess()
     if (!topLevel->askedForTopLevel())
         inspector->addTopLevelHierarchyDelegate(topLevel);
     QtWindowDelegate::addAll();
+    new QtDumpDelegate;
     CommonWrapperAPI::registerTypes();
     CommonWrapperAPI::registerConsoleFunctions();
     CommonWrapperAPI::registerClipboardFunctions();
