@@ -115,7 +115,44 @@ void ObjectTreeDump::deleteFilters(DumpFilters *filters)
     filters->clear();
 }
 
+struct ObjectTreeDump::ClassFacts
+{
+    const DumpObjectTreeDelegate *dump = nullptr;
+    const GeometryDelegate *geometry = nullptr;
+    FilterObject *filter = nullptr;
+    // Why there is no filter, when that is an error.
+    QString filterError;
+    QString nameSpace;
+    QList<QString> superTypes;
+    // The properties the filter takes, with their kind; found with the
+    // first full element.
+    bool propertiesKnown = false;
+    QList<std::pair<const Property *, int>> properties;
+};
+
 ObjectTreeDump::ObjectTreeDump(Grabber grabber) : m_grabber(std::move(grabber)) {}
+
+ObjectTreeDump::~ObjectTreeDump() = default;
+
+ObjectTreeDump::ClassFacts &ObjectTreeDump::factsOf(const SharedPtr<Object> &object,
+                                                    const DumpFilters &filters)
+{
+    const Class *c = object->type();
+    std::unique_ptr<ClassFacts> &facts = m_facts[{c, object->wrapperType()}];
+    if (facts)
+        return *facts;
+    facts = std::make_unique<ClassFacts>();
+    facts->dump = dumpDelegate(object);
+    facts->geometry = geometryDelegateFor(object);
+    facts->filter = filterObjectForTolvexObject(object, filters, &facts->filterError);
+    if (c) {
+        if (const Namespace *ns = c->nameSpace())
+            facts->nameSpace = ns->fullyQualifiedName();
+        for (const Class *super = c->super(); super; super = super->super())
+            facts->superTypes.append(super->fullyQualifiedClassName());
+    }
+    return *facts;
+}
 
 ObjectTreeDump *ObjectTreeDump::current()
 {
@@ -162,6 +199,7 @@ UIElement *ObjectTreeDump::dumpObjectTree(SharedPtr<Object> object, const DumpFi
                                           QString *error)
 {
     s_nextElementId = firstElementId();
+    m_facts.clear();
     ObjectTreeDump *const outer = std::exchange(s_current, this);
     const auto restore = qScopeGuard([outer] { s_current = outer; });
     const DumpObjectTreeDelegate *delegate = dumpDelegate(object);
@@ -182,23 +220,23 @@ UIElement *ObjectTreeDump::dumpObjectTree(SharedPtr<Object> object, const DumpFi
 UIElement *ObjectTreeDump::dumpObjectTreeImpl(SharedPtr<Object> object, bool isRoot,
                                               const DumpFilters &filters, QString *error)
 {
-    if (!object || object->isNull())
+    if (!object || object->isNull() || !object->type())
         return nullptr;
-    FilterObject *filter = filterObjectForTolvexObject(object, filters, error);
-    if (!filter)
+    ClassFacts &facts = factsOf(object, filters);
+    if (!facts.filter) {
+        if (!facts.filterError.isEmpty())
+            *error = facts.filterError;
         return nullptr;
+    }
+    FilterObject *filter = facts.filter;
+    const DumpObjectTreeDelegate *delegate = facts.dump;
 
-    const DumpObjectTreeDelegate *delegate = dumpDelegate(object);
     Rect<2> bounds;
-    bool haveBounds = delegate && delegate->visibleGlobalBounds(object, &bounds);
-    if (!haveBounds)
-        if (const GeometryDelegate *geometry = geometryDelegateFor(object))
-            if (geometry->isVisible(object)) {
-                bounds = geometry->globalBounds(object);
-                haveBounds = true;
-            }
-    if (!haveBounds)
+    if (!(delegate && delegate->visibleGlobalBounds(object, &bounds))) {
         bounds = Rect<2>();
+        if (facts.geometry && facts.geometry->isVisible(object))
+            bounds = facts.geometry->globalBounds(object);
+    }
     const bool hasArea = bounds.width > 0 && bounds.height > 0;
     const bool transparent = !hasArea || (delegate && delegate->isTransparent(object));
     const bool transparentExcluded = filter->areTransparentNodesExcluded();
@@ -214,7 +252,7 @@ UIElement *ObjectTreeDump::dumpObjectTreeImpl(SharedPtr<Object> object, bool isR
                                               QStringLiteral("dummy"));
         element->setTransparentNode(true);
     } else {
-        element.reset(fullElement(object, isRoot, filter, delegate, bounds, transparent));
+        element.reset(fullElement(object, isRoot, facts, bounds, transparent));
     }
 
     if (filter->isChildNodesExcluded())
@@ -223,7 +261,9 @@ UIElement *ObjectTreeDump::dumpObjectTreeImpl(SharedPtr<Object> object, bool isR
     if (!delegate || !delegate->children(object, &children))
         children = object->children();
     for (const SharedPtr<Object> &child : children) {
-        const DumpObjectTreeDelegate *childDelegate = dumpDelegate(child);
+        if (!child || !child->type())
+            continue;
+        const DumpObjectTreeDelegate *childDelegate = factsOf(child, filters).dump;
         UIElement *made = nullptr;
         if (childDelegate) {
             if (!childDelegate->enterDump(child, filters, error))
@@ -252,21 +292,17 @@ UIElement *ObjectTreeDump::dumpObjectTreeImpl(SharedPtr<Object> object, bool isR
 }
 
 UIElement *ObjectTreeDump::fullElement(const SharedPtr<Object> &object, bool isRoot,
-                                       FilterObject *filter, const DumpObjectTreeDelegate *delegate,
-                                       const Rect<2> &bounds, bool transparent)
+                                       ClassFacts &facts, const Rect<2> &bounds, bool transparent)
 {
-    const Class *c = object->type();
+    FilterObject *filter = facts.filter;
+    const DumpObjectTreeDelegate *delegate = facts.dump;
     auto element =
         std::make_unique<UIElement>(object->className(), StandardType(), nextElementId());
-    if (const Namespace *ns = c->nameSpace())
-        element->setNameSpace(ns->fullyQualifiedName());
+    element->setNameSpace(facts.nameSpace);
     QString simplified;
     if (delegate && delegate->simplifiedType(object, &simplified))
         element->setSimplifiedType(simplified);
-    QList<QString> superTypes;
-    for (const Class *super = c->super(); super; super = super->super())
-        superTypes.append(super->fullyQualifiedClassName());
-    element->setSuperTypes(superTypes);
+    element->setSuperTypes(facts.superTypes);
     if (bounds.width >= 0 && bounds.height >= 0)
         element->setGeometry(
             ElementGeometry(QRect(bounds.x, bounds.y, bounds.width, bounds.height), false));
@@ -291,14 +327,19 @@ UIElement *ObjectTreeDump::fullElement(const SharedPtr<Object> &object, bool isR
         element->setImage(m_grabber(object));
     element->setWindowNode(!element->image().isNull());
 
-    for (int i = 0; i < c->numProperties(); ++i) {
-        const Property *property = c->property(i);
-        if (!property || property->isStatic())
-            continue;
-        PropertyInfo info;
-        if (!filter->isMatchedProperty(property->name(), &info))
-            continue;
-        const int type = info.type == PropertyInfo::Identifying ? 1 : 0;
+    if (!facts.propertiesKnown) {
+        facts.propertiesKnown = true;
+        const Class *c = object->type();
+        for (int i = 0; i < c->numProperties(); ++i) {
+            const Property *property = c->property(i);
+            if (!property || property->isStatic())
+                continue;
+            PropertyInfo info;
+            if (filter->isMatchedProperty(property->name(), &info))
+                facts.properties.append({property, info.type == PropertyInfo::Identifying ? 1 : 0});
+        }
+    }
+    for (const auto &[property, type] : std::as_const(facts.properties)) {
         if (delegate && delegate->setProperty(property, object, element.get(), type))
             continue;
         if (!isPlainValue(*property))

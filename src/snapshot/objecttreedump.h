@@ -14,6 +14,9 @@
 #include <QString>
 
 #include <functional>
+#include <map>
+#include <memory>
+#include <utility>
 
 namespace Tolvex {
 
@@ -38,6 +41,9 @@ public:
     static void deleteFilters(DumpFilters *filters);
 
     explicit ObjectTreeDump(Grabber grabber);
+    ~ObjectTreeDump();
+    ObjectTreeDump(const ObjectTreeDump &) = delete;
+    ObjectTreeDump &operator=(const ObjectTreeDump &) = delete;
 
     // The dump under way on this thread, for delegates that build on the
     // generic walk; null between dumps.
@@ -61,12 +67,17 @@ public:
                                                      const DumpFilters &filters, QString *error);
 
 private:
+    // What the walk needs of a class, found once per dump: a tree has few
+    // classes and many objects.
+    struct ClassFacts;
+    ClassFacts &factsOf(const SharedPtr<Object> &object, const DumpFilters &filters);
     UIAbstraction::UIElement *fullElement(const SharedPtr<Object> &object, bool isRoot,
-                                          FilterObject *filter,
-                                          const DumpObjectTreeDelegate *delegate,
-                                          const Rect<2> &bounds, bool transparent);
+                                          ClassFacts &facts, const Rect<2> &bounds,
+                                          bool transparent);
 
     Grabber m_grabber;
+    // By class and wrapper type; for the filters of the dump under way.
+    std::map<std::pair<const Class *, int>, std::unique_ptr<ClassFacts>> m_facts;
 };
 
 } // namespace Tolvex

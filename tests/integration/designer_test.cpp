@@ -4,10 +4,14 @@
 // multi-property name, its File menu opened by a native click on the menu
 // bar, and the menu's items listed and read.
 #include "remoteapplication.h"
+#include "uielement.h"
 
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
 
 using namespace Tolvex;
 
@@ -75,6 +79,43 @@ TEST(QtDesigner, MainWindowByNameMenuOpenedByANativeClickItsItemsListed)
             texts.append(item.property(QStringLiteral("text")).value.toString());
     for (const char *expected : {"&New...", "&Open...", "&Save", "&Quit"})
         EXPECT_TRUE(texts.contains(QString::fromUtf8(expected))) << qPrintable(texts.join(u'|'));
+
+    // A snapshot of the whole main window: its picture, and its menu bar
+    // and the open File menu with their standard types and texts.
+    const QByteArray filter = R"(<objectdump wrapper="Qt">
+      <element type="*">
+        <identifyingProperties><property name="objectName"/></identifyingProperties>
+        <screenshot exclude="true"/><transparentNodes exclude="true"/>
+      </element>
+    </objectdump>)";
+    const FunctionCallResult<ArgumentList> dumped =
+        designer->call(QStringLiteral("dumpObject"), {window.value.id(), filter});
+    ASSERT_FALSE(dumped.isError()) << qPrintable(dumped.error);
+    const QByteArray bytes = dumped.value.value(0).toByteArray();
+    ASSERT_FALSE(bytes.isEmpty());
+    ASSERT_EQ(quint8(bytes.at(0)), 0xC5) << bytes.constData();
+    const QList<UIAbstraction::UIElement *> trees =
+        UIAbstraction::UIElement::elementsFromByteArray(bytes.mid(1));
+    ASSERT_EQ(trees.size(), 1);
+    const std::unique_ptr<UIAbstraction::UIElement> root(trees.first());
+    EXPECT_EQ(root->standardType(), UIAbstraction::StandardType::Window());
+    EXPECT_EQ(root->text(), QStringLiteral("Qt Designer"));
+    EXPECT_TRUE(root->isImageSet());
+    QStringList menus;
+    int elements = 0;
+    const std::function<void(const UIAbstraction::UIElement *)> walk =
+        [&](const UIAbstraction::UIElement *e) {
+            ++elements;
+            if (e->standardType() == UIAbstraction::StandardType::Menu() ||
+                e->standardType() == UIAbstraction::StandardType::MenuBar())
+                menus.append(e->standardType().toString() + QLatin1Char(':') + e->text());
+            for (const UIAbstraction::UIElement *child : e->children())
+                walk(child);
+        };
+    walk(root.get());
+    EXPECT_GT(elements, 30);
+    EXPECT_TRUE(menus.contains(QStringLiteral("MenuBar:"))) << qPrintable(menus.join(u'|'));
+    EXPECT_TRUE(menus.contains(QStringLiteral("Menu:&File"))) << qPrintable(menus.join(u'|'));
 
     designer->quit(10000);
     EXPECT_FALSE(designer->isRunning());

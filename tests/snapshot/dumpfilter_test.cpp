@@ -1,6 +1,7 @@
 // Snapshot filters: their XML with every error and its line, merging, and
 // the answers along a class chain with their caching.
 #include "dumpfilter.h"
+#include "objecttreedump.h"
 #include "testtoolkit.h"
 
 #include <gtest/gtest.h>
@@ -197,4 +198,36 @@ TEST(DumpFilter, RepeatedTypesAndMergedFiltersLetTheLaterOneWin)
     EXPECT_TRUE(merged->areTransparentNodesExcluded());
     EXPECT_EQ(filter->findFilter(&classes().label), nullptr);
     EXPECT_TRUE(filter->findFilter(&classes().widget)->areTransparentNodesExcluded());
+}
+
+TEST(DumpFilter, ARequestsFiltersMergeByWrapperWithTheWildcardLast)
+{
+    DumpFilters filters;
+    QString error;
+    const QByteArray first = "<objectdump wrapper='Qt'><element type='FButton'>"
+                             "<children exclude='true'/><screenshot exclude='true'/>"
+                             "</element></objectdump>";
+    const QByteArray second = "<objectdump wrapper='Qt'><element type='FButton'>"
+                              "<children exclude='false'/></element></objectdump>";
+    const QByteArray wildcard = "<objectdump wrapper='*'><element type='*'>"
+                                "<realname exclude='true'/></element></objectdump>";
+    ASSERT_TRUE(ObjectTreeDump::parseFilters({first, second, wildcard}, &filters, &error))
+        << qPrintable(error);
+    ASSERT_EQ(filters.count("Qt"), 1u);
+    FilterObject *button = filters.at("Qt")->findFilter(&classes().pushButton);
+    ASSERT_NE(button, nullptr);
+    EXPECT_FALSE(button->isChildNodesExcluded());
+    EXPECT_TRUE(button->isScreenshotExcluded());
+    // The wildcard's default went under the Qt filter.
+    EXPECT_TRUE(button->isRealNameExcluded());
+    ObjectTreeDump::deleteFilters(&filters);
+
+    EXPECT_FALSE(ObjectTreeDump::parseFilters({wildcard, first}, &filters, &error));
+    EXPECT_EQ(error, QStringLiteral("Error in snapshot filters order, wildcard filter in between "
+                                    "wrapper specific filters"));
+    EXPECT_TRUE(filters.empty());
+    EXPECT_FALSE(ObjectTreeDump::parseFilters({first, "<objectdump/>"}, &filters, &error));
+    EXPECT_EQ(error, QStringLiteral("Error in parseDumpFilter for filter 1: Attribute 'wrapper' "
+                                    "for root tag <objectdump> is not specified"));
+    EXPECT_TRUE(filters.empty());
 }

@@ -97,12 +97,13 @@ QString QtDumpDelegate::displayText(const QObject *object)
 {
     if (!object)
         return QString();
+    // A menu is a window of its own while it is open.
+    if (const auto *menu = qobject_cast<const QMenu *>(object))
+        return menu->title();
     if (object->isWidgetType() && static_cast<const QWidget *>(object)->isWindow())
         return static_cast<const QWidget *>(object)->windowTitle();
     if (object->isWindowType())
         return static_cast<const QWindow *>(object)->title();
-    if (const auto *menu = qobject_cast<const QMenu *>(object))
-        return menu->title();
     if (const auto *combo = qobject_cast<const QComboBox *>(object))
         return combo->currentText();
     if (const auto *edit = qobject_cast<const QTextEdit *>(object))
