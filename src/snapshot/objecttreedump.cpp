@@ -314,8 +314,9 @@ UIElement *ObjectTreeDump::fullElement(const SharedPtr<Object> &object, bool isR
         const QString realName = object->qualifiedName();
         if (!realNameExcluded)
             element->setRealName(realName);
-        if (!symbolicNameExcluded) {
-            const QString symbolic = ObjectMap::self()->symbolicName(realName, false);
+        // Without an agent there is no object map, and no symbolic name.
+        if (ObjectMap *map = ObjectMap::self(); map && !symbolicNameExcluded) {
+            const QString symbolic = map->symbolicName(realName, false);
             if (symbolic.startsWith(QLatin1Char(':')))
                 element->setSymbolicName(symbolic);
         }

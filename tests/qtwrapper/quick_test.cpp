@@ -6,6 +6,8 @@
 #include "delegate.h"
 #include "inspector.h"
 #include "objectlist.h"
+#include "objecttreedump.h"
+#include "uielement.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +15,9 @@
 
 #include <QQuickItem>
 #include <QQuickView>
+
+#include <functional>
+#include <memory>
 
 using namespace Tolvex;
 using namespace QtWrapperTest;
@@ -104,4 +109,46 @@ TEST(QtQuick, ItemGeometryIsOnTheScreenWhereTheItemIs)
     EXPECT_EQ(QtWrapper::qobjectOf(geometry->window(o)), scene.view.get());
     ok->setVisible(false);
     EXPECT_FALSE(geometry->isVisible(o));
+}
+
+TEST(QtQuick, SnapshotsGiveItemsTheirStandardTypesTextsAndPlaces)
+{
+    QmlScene scene;
+    ASSERT_NE(scene.root, nullptr);
+    DumpFilters filters;
+    QString error;
+    ASSERT_TRUE(ObjectTreeDump::parseFilters(
+        {QByteArray("<objectdump wrapper='Qt'><element type='*'><screenshot exclude='true'/>"
+                    "<screenshotIfRoot exclude='true'/><transparentNodes exclude='true'/>"
+                    "</element></objectdump>")},
+        &filters, &error))
+        << qPrintable(error);
+    ObjectTreeDump dump({});
+    const std::unique_ptr<UIAbstraction::UIElement> window(
+        dump.dumpObjectTree(objectFor(scene.view.get()), filters, &error));
+    ObjectTreeDump::deleteFilters(&filters);
+    ASSERT_TRUE(window) << qPrintable(error);
+    EXPECT_EQ(window->standardType(), UIAbstraction::StandardType::Window());
+    EXPECT_EQ(window->text(), QStringLiteral("Fruit stand"));
+
+    QMap<QString, const UIAbstraction::UIElement *> byText;
+    const std::function<void(const UIAbstraction::UIElement *)> walk =
+        [&](const UIAbstraction::UIElement *e) {
+            if (!e->text().isEmpty())
+                byText.insert(e->text(), e);
+            for (const UIAbstraction::UIElement *child : e->children())
+                walk(child);
+        };
+    walk(window.get());
+    const UIAbstraction::UIElement *input = byText.value(QStringLiteral("hello"));
+    ASSERT_NE(input, nullptr) << qPrintable(QStringList(byText.keys()).join(u','));
+    EXPECT_EQ(input->standardType(), UIAbstraction::StandardType::TextInput());
+    EXPECT_EQ(input->simplifiedType(), QStringLiteral("TextInput"));
+    const QQuickItem *inputItem = scene.root->childItems().at(2);
+    EXPECT_EQ(input->geometry().rect(),
+              QRect(inputItem->mapToGlobal(QPointF(0, 0)).toPoint(), inputItem->size().toSize()));
+    ASSERT_NE(byText.value(QStringLiteral("Fruits")), nullptr);
+    EXPECT_EQ(byText.value(QStringLiteral("Fruits"))->simplifiedType(), QStringLiteral("Text"));
+    // The list's delegates that are shown are there with their texts.
+    EXPECT_NE(byText.value(QStringLiteral("Apple")), nullptr);
 }
