@@ -181,7 +181,7 @@ void Hook::cleanup()
     if (d->platformPlugin && PlatformPlugin::current() == d->platformPlugin)
         PlatformPlugin::setCurrent(nullptr);
     d->objects.clearObjectDict();
-    // The binary transmissions are dropped here with the streams.
+    clearBinaryTransmissions();
     Inspector *inspector = Inspector::self();
     inspector->clearEventHandlers();
     if (inspector->eventNotifyDelegate() == this)

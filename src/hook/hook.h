@@ -17,6 +17,8 @@ class FSocket;
 namespace Tolvex {
 
 class AUTProcess;
+class BinaryStream;
+class BinaryTransmission;
 class IPC;
 class Launcher;
 class Method;
@@ -72,6 +74,8 @@ public:
     void requestDescriptorData(const QString &wrapperName);
 
     IPC *ipc() const;
+    // The endpoint's own address, which the server knows this application by.
+    int ownId() const;
     int runnerID() const;
     int spyID() const;
     int recorderID() const;
@@ -189,6 +193,12 @@ public:
     // Pictures of objects and of the desktop, in the screenshot wire form;
     // an invalid value when there is none.
     QVariant grabObjectScreenshot(int id, int flags, int delay);
+    // Screen streams. A new stream gets the smallest free id from 1 and
+    // sends its segments to the peer; the id is free again once it closes.
+    unsigned openBinaryTransmission(BinaryStream *stream, unsigned peer);
+    BinaryTransmission *binaryTransmission(unsigned id) const;
+    void binaryStreamClosed(unsigned id);
+    void clearBinaryTransmissions();
     // The snapshot of the tree under an object: the object's id, then one
     // filter document per toolkit. Empty, with error set, on failure.
     QByteArray dumpObject(const ArgumentList &args, QString *error);
@@ -254,8 +264,6 @@ private:
     void sendToRecorder(const QString &function, const ArgumentList &args);
     void sendToRunnerAndSpy(const QString &function, const ArgumentList &args);
     int broadcast(const QString &function, const ArgumentList &args);
-    // The endpoint's own address, which the server knows this application by.
-    int ownId() const;
 
     std::unique_ptr<HookData> d;
     static Hook *s_instance;

@@ -12,16 +12,17 @@
 #include <QString>
 #include <QTimer>
 
+#include <map>
 #include <memory>
 
 namespace Tolvex {
 
 class AUTProcess;
+class BinaryTransmission;
 class PlatformPlugin;
 class Wrapper;
 
-// The Hook's private record: all of its state. The binary transmissions by
-// stream id join it with the streams.
+// The Hook's private record: all of its state.
 struct HookData
 {
     // The endpoint; the Hook is its QObject parent, so it dies with the Hook.
@@ -62,6 +63,8 @@ struct HookData
     int wrapperArgument = 0;
     int asyncCallDepth = 0;
     SharedPtr<Screen> screen;
+    // Open screen streams by id; children of the Hook.
+    std::map<unsigned, QPointer<BinaryTransmission>> transmissions;
 
     // The objects the server holds handles to.
     ObjectHandles objects;
