@@ -6,6 +6,9 @@
 // TOLVEX_BUILD_PREFIX.
 
 #include "remoteapplication.h"
+#include "remoteobject.h"
+
+#include <QRect>
 
 #include <memory>
 
@@ -27,6 +30,25 @@ launchDemo(const QString &platform, QString *error, const QMap<QString, QString>
     options.environment = environment;
     options.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
     return Tolvex::RemoteApplication::launch(options, error);
+}
+
+// A ScreenRectangle of the application as a QRect; a null one for anything
+// else.
+inline QRect rectangleOf(const QVariant &value)
+{
+    const Tolvex::RemoteObject r = value.value<Tolvex::RemoteObject>();
+    const auto field = [&](const char *name) {
+        return r.property(QString::fromLatin1(name)).value.toInt();
+    };
+    return r.isNull() ? QRect() : QRect(field("x"), field("y"), field("width"), field("height"));
+}
+
+// Where the agent says the object is on the screen.
+inline QRect objectBounds(Tolvex::RemoteApplication &application, const Tolvex::RemoteObject &o)
+{
+    const Tolvex::FunctionCallResult<QVariant> rectangle =
+        application.value(QStringLiteral("objectGlobalBounds"), {o.id()});
+    return rectangleOf(QVariant::fromValue(application.objectFromWire(rectangle.value)));
 }
 
 } // namespace TestSupport

@@ -58,16 +58,7 @@ protected:
         return answer.value.value(0).toByteArray();
     }
 
-    QRect bounds(const RemoteObject &o)
-    {
-        const FunctionCallResult<QVariant> rectangle =
-            m_demo->value(QStringLiteral("objectGlobalBounds"), {o.id()});
-        const RemoteObject r = m_demo->objectFromWire(rectangle.value);
-        const auto field = [&](const char *name) {
-            return r.property(QString::fromLatin1(name)).value.toInt();
-        };
-        return QRect(field("x"), field("y"), field("width"), field("height"));
-    }
+    QRect bounds(const RemoteObject &o) { return TestSupport::objectBounds(*m_demo, o); }
 
     std::unique_ptr<RemoteApplication> m_demo;
 };

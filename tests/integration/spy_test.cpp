@@ -53,16 +53,7 @@ protected:
     }
 
     // The object's rectangle on the screen.
-    QRect bounds(const RemoteObject &o)
-    {
-        const FunctionCallResult<QVariant> rectangle =
-            m_demo->value(QStringLiteral("objectGlobalBounds"), {o.id()});
-        const RemoteObject r = m_demo->objectFromWire(rectangle.value);
-        return QRect(r.property(QStringLiteral("x")).value.toInt(),
-                     r.property(QStringLiteral("y")).value.toInt(),
-                     r.property(QStringLiteral("width")).value.toInt(),
-                     r.property(QStringLiteral("height")).value.toInt());
-    }
+    QRect bounds(const RemoteObject &o) { return TestSupport::objectBounds(*m_demo, o); }
 
     std::unique_ptr<RemoteApplication> m_demo;
 };
