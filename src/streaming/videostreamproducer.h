@@ -49,7 +49,8 @@ protected:
     virtual void sendNoop(int elapsedMs);
     void scheduleUpdate();
     // Once: no more updates, and closed() with the code and reason.
-    void closeStream(uint code, const QString &reason);
+    // Coders override it to finish what they hold first.
+    virtual void closeStream(uint code, const QString &reason);
     void timerEvent(QTimerEvent *event) override;
 
 private:

@@ -3,6 +3,7 @@
 #include "autprocess.h"
 #include "binarystream.h"
 #include "binarytransmission.h"
+#include "eventloop.h"
 #include "hook.h"
 #include "recordingnative.h"
 
@@ -58,6 +59,15 @@ public:
         stream->setFormat(allowed & RleStream);
         made.append(stream);
         listener->success(stream);
+    }
+    int shots = 0;
+    FunctionCallResult<Screenshot> desktopScreenshot(Rect<1>, int) override
+    {
+        ++shots;
+        Screenshot shot;
+        shot.image = QImage(64, 48, QImage::Format_RGB32);
+        shot.image.fill(Qt::darkGreen);
+        return shot;
     }
 };
 
@@ -146,6 +156,21 @@ TEST_F(Streams, ThePlatformsErrorIsTheAnswerAndStreamsEndWithTheAgent)
     plugin.streaming.error = QStringLiteral("no capture here");
     const FunctionCallResult<ArgumentList> refused = record(RleStream);
     EXPECT_EQ(refused.error, QStringLiteral("no capture here"));
+    EXPECT_EQ(hook->binaryTransmission(1), nullptr);
+
+    // Where H.264 is allowed, the platform's screenshots are coded instead.
+    const FunctionCallResult<ArgumentList> coded = record(RleStream | H264Stream);
+    ASSERT_TRUE(coded.isSuccess()) << qPrintable(coded.error);
+    EXPECT_EQ(coded.value, (ArgumentList{1u, quint32(H264Stream)}));
+    QList<QByteArray> segments;
+    QObject::connect(hook->binaryTransmission(1)->stream(), &BinaryStream::nextSegment,
+                     [&](const QByteArray &segment) { segments.append(segment); });
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return segments.size() >= 3; }, 5000));
+    EXPECT_GE(plugin.streaming.shots, 2);
+    // Parameters: kind 0, 20 bytes, then 64x48.
+    EXPECT_EQ(segments.at(0).left(12), QByteArray::fromHex("000000000000000000000014"));
+    EXPECT_EQ(segments.at(0).right(8), QByteArray::fromHex("0000004000000030"));
+    send("stopBinaryStream", {1u});
     EXPECT_EQ(hook->binaryTransmission(1), nullptr);
 
     plugin.streaming.error.clear();

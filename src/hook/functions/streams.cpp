@@ -3,6 +3,7 @@
 
 #include "binarystream.h"
 #include "binarytransmission.h"
+#include "h264screenshotrecorder.h"
 #include "hook.h"
 #include "nativeinterface.h"
 #include "remotefunction.h"
@@ -12,36 +13,46 @@ namespace Tolvex::Remote {
 namespace {
 
 // Waits for the platform's stream, then answers the caller with the new
-// stream's id and format, or with the platform's error.
+// stream's id and format, or with the platform's error. A platform without
+// streams of its own still gets H.264 when the caller takes it: coded from
+// its screenshots.
 class StreamListener : public ResponseListener<BinaryStream *>
 {
 public:
-    StreamListener(Hook &hook, ResponseListener<ArgumentList> *caller, unsigned peer)
-        : m_hook(&hook), m_caller(caller), m_peer(peer)
+    StreamListener(Hook &hook, ResponseListener<ArgumentList> *caller, unsigned peer,
+                   unsigned allowed, ScreenshotSource *screenshots)
+        : m_hook(&hook), m_caller(caller), m_peer(peer), m_allowed(allowed),
+          m_screenshots(screenshots)
     {}
 
     void response(FunctionCallResult<BinaryStream *> result) override
     {
-        // The software coder that stands in for a platform without its own
-        // streams comes with the H.264 pipeline; until then the platform's
-        // word is the answer.
-        if (result.isError() || !result.value) {
-            m_caller->error(result.isError() ? result.error
-                                             : QStringLiteral("The platform gave no stream"));
-        } else if (Hook::instance() != m_hook) {
+        if (Hook::instance() != m_hook) {
             delete result.value;
             m_caller->error(QStringLiteral("The agent went away"));
+        } else if (result.isError() && (m_allowed & H264Stream)) {
+            open(new Video::TolvexH264ScreenshotRecorder(m_screenshots));
+        } else if (result.isError() || !result.value) {
+            m_caller->error(result.isError() ? result.error
+                                             : QStringLiteral("The platform gave no stream"));
         } else {
-            const unsigned id = m_hook->openBinaryTransmission(result.value, m_peer);
-            m_caller->success(ArgumentList{id, result.value->format()});
+            open(result.value);
         }
         delete this;
     }
 
 private:
+    void open(BinaryStream *stream)
+    {
+        const unsigned id = m_hook->openBinaryTransmission(stream, m_peer);
+        m_caller->success(ArgumentList{id, stream->format()});
+    }
+
     Hook *m_hook;
     ResponseListener<ArgumentList> *m_caller;
     unsigned m_peer;
+    unsigned m_allowed;
+    ScreenshotSource *m_screenshots;
 };
 
 void recordScreen(Context &c, ResponseListener<ArgumentList> *listener, int peer, unsigned allowed,
@@ -52,7 +63,8 @@ void recordScreen(Context &c, ResponseListener<ArgumentList> *listener, int peer
         listener->error(Context::NoPlugin);
         return;
     }
-    native->recordScreen(allowed, options, new StreamListener(c.hook, listener, unsigned(peer)));
+    native->recordScreen(allowed, options,
+                         new StreamListener(c.hook, listener, unsigned(peer), allowed, native));
 }
 
 BinaryStream *streamOf(Context &c, unsigned id)
