@@ -32,23 +32,10 @@ launchDemo(const QString &platform, QString *error, const QMap<QString, QString>
     return Tolvex::RemoteApplication::launch(options, error);
 }
 
-// A ScreenRectangle of the application as a QRect; a null one for anything
-// else.
-inline QRect rectangleOf(const QVariant &value)
-{
-    const Tolvex::RemoteObject r = value.value<Tolvex::RemoteObject>();
-    const auto field = [&](const char *name) {
-        return r.property(QString::fromLatin1(name)).value.toInt();
-    };
-    return r.isNull() ? QRect() : QRect(field("x"), field("y"), field("width"), field("height"));
-}
-
 // Where the agent says the object is on the screen.
-inline QRect objectBounds(Tolvex::RemoteApplication &application, const Tolvex::RemoteObject &o)
+inline QRect objectBounds(Tolvex::RemoteApplication &, const Tolvex::RemoteObject &o)
 {
-    const Tolvex::FunctionCallResult<QVariant> rectangle =
-        application.value(QStringLiteral("objectGlobalBounds"), {o.id()});
-    return rectangleOf(QVariant::fromValue(application.objectFromWire(rectangle.value)));
+    return o.screenBounds().value;
 }
 
 } // namespace TestSupport

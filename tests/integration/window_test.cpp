@@ -97,6 +97,8 @@ protected:
                      m.captured(4).toInt());
     }
 
+    QRect rectangleOf(const QVariant &value) { return m_demo->rectangle(value).value; }
+
     std::unique_ptr<RemoteApplication> m_demo;
 };
 
@@ -119,7 +121,7 @@ TEST_F(Windows, MovesResizesMinimizesRestoresAndClosesTheWindowOfAnyOfItsWidgets
                           .arg(xGeometry().y())
                           .arg(xGeometry().width())
                           .arg(xGeometry().height()));
-    EXPECT_EQ(TestSupport::rectangleOf(global("_tolvex_window_geometry_get", {field})), wanted);
+    EXPECT_EQ(rectangleOf(global("_tolvex_window_geometry_get", {field})), wanted);
 
     // Minimizing asks the window manager, which this display lacks: Qt
     // keeps the state, and bringing the window to the front ends it.
@@ -161,8 +163,7 @@ TEST_F(Windows, CommonFunctionsClickAtARectanglesCentreAndUseTheClipboard)
     const FunctionCallResult<QVariant> bounds =
         m_demo->value(QStringLiteral("objectGlobalBounds"), {terms.id()});
     ASSERT_FALSE(bounds.isError()) << qPrintable(bounds.error);
-    const QRect box =
-        TestSupport::rectangleOf(QVariant::fromValue(m_demo->objectFromWire(bounds.value)));
+    const QRect box = m_demo->rectangle(bounds.value).value;
     // A check box's box is at its left: click there, by point.
     global("nativeMouseClick", {box.x() + 8, box.center().y(), 1});
     EXPECT_TRUE(waitUntil(
@@ -185,7 +186,7 @@ TEST_F(Windows, TheScreenIsTheDisplaysRoot)
         xdotool({QStringLiteral("getdisplaygeometry")}).trimmed().split(QLatin1Char(' '));
     ASSERT_EQ(size.size(), 2);
     EXPECT_EQ(global("_tolvex_screen_count_get"), QVariant(1));
-    EXPECT_EQ(TestSupport::rectangleOf(global("_tolvex_screen_geometry_get", {0})),
+    EXPECT_EQ(rectangleOf(global("_tolvex_screen_geometry_get", {0})),
               QRect(0, 0, size.at(0).toInt(), size.at(1).toInt()));
     EXPECT_EQ(errorOf("_tolvex_screen_geometry_get", {1}), QStringLiteral("index out of range"));
     EXPECT_EQ(errorOf("_tolvex_screen_orientation_set", {0, 1}),
@@ -223,10 +224,8 @@ TEST_F(Windows, TwoXRandRMonitorsAreTwoScreens)
     m_demo->quit();
     launch({{QStringLiteral("DISPLAY"), display}});
     EXPECT_EQ(global("_tolvex_screen_count_get"), QVariant(2));
-    EXPECT_EQ(TestSupport::rectangleOf(global("_tolvex_screen_geometry_get", {0})),
-              QRect(0, 0, 1280, 1024));
-    EXPECT_EQ(TestSupport::rectangleOf(global("_tolvex_screen_geometry_get", {1})),
-              QRect(1280, 0, 1280, 1024));
+    EXPECT_EQ(rectangleOf(global("_tolvex_screen_geometry_get", {0})), QRect(0, 0, 1280, 1024));
+    EXPECT_EQ(rectangleOf(global("_tolvex_screen_geometry_get", {1})), QRect(1280, 0, 1280, 1024));
     const QVariant orientation = global("_tolvex_screen_orientation_get", {1});
     EXPECT_TRUE(orientation == QVariant(1) || orientation == QVariant(2))
         << qPrintable(orientation.toString());

@@ -102,7 +102,10 @@ void ApplicationServer::record(unsigned sender, const QString &function, const A
     message.sender = sender;
     message.function = function;
     message.args = args;
-    m_messages.append(message);
+    // Stream segments are read as they come and would pile up unbounded:
+    // they go to the listeners alone.
+    if (function != QLatin1String("binaryStreamSegment"))
+        m_messages.append(message);
     Q_EMIT messageReceived(message);
 }
 

@@ -7,6 +7,7 @@
 #include "screenshot.h"
 #include "snapshotwriter.h"
 #include "uielement.h"
+#include "videorecording.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -15,6 +16,7 @@
 #include <QJsonDocument>
 #include <QMap>
 
+#include <cstdio>
 #include <functional>
 
 namespace Tolvex {
@@ -37,7 +39,9 @@ struct Invocation
     PointerAction pointer;
     bool doubleClick = false;
     bool desktop = false;
-    int highlightMs = 2000;
+    // --seconds: how long to highlight or to film.
+    int secondsMs = -1;
+    double fps = -1;
     // window: the action ("move", "resize", "raise", ...) and its numbers.
     QString windowAction;
     QList<int> windowValues;
@@ -136,6 +140,12 @@ const CommandInfo Commands[] = {
      "restores, shows it full screen or closes it. Prints the window's frame geometry "
      "afterwards, once a move or resize has taken effect (or after 2 s).",
      1, 1, true},
+    {"video", "video NAME -o FILE.mp4 | video --desktop -o FILE.mp4 [--seconds S] [--fps N]",
+     "Films the object, as it is on the screen, or the whole desktop for S seconds (10 unless "
+     "--seconds says otherwise) at up to N frames a second (20 unless --fps says otherwise) "
+     "into an H.264 video in FILE.mp4, and prints the file's size, frame count and length. "
+     "Progress goes to standard error once a second.",
+     0, 1, true},
     {"snapshot", "snapshot NAME [--filter FILE] -o FILE.json|FILE.html",
      "Writes the tree of objects under NAME as the snapshot filter takes it: each element's "
      "standard and concrete type, text, geometry, names and properties, with pictures of the "
@@ -168,20 +178,16 @@ FunctionCallResult<QString> readObjectMap(const QString &path)
 }
 
 // A screen rectangle of the application as JSON.
-FunctionCallResult<QJsonObject> rectangleOf(const QVariant &value)
+FunctionCallResult<QJsonObject> rectangleOf(RemoteApplication &application, const QVariant &value)
 {
-    using Result = FunctionCallResult<QJsonObject>;
-    const RemoteObject rectangle = value.value<RemoteObject>();
-    if (rectangle.isNull())
-        return Result::failure(QStringLiteral("The application answered no rectangle"));
-    QJsonObject json;
-    for (const char *field : {"x", "y", "width", "height"}) {
-        const FunctionCallResult<QVariant> v = rectangle.property(QString::fromLatin1(field));
-        if (v.isError())
-            return Result::failure(v.error);
-        json.insert(QString::fromLatin1(field), v.value.toInt());
-    }
-    return json;
+    const FunctionCallResult<QRect> rectangle = application.rectangle(value);
+    if (rectangle.isError())
+        return FunctionCallResult<QJsonObject>::failure(rectangle.error);
+    const QRect r = rectangle.value;
+    return QJsonObject{{QStringLiteral("x"), r.x()},
+                       {QStringLiteral("y"), r.y()},
+                       {QStringLiteral("width"), r.width()},
+                       {QStringLiteral("height"), r.height()}};
 }
 
 const CommandInfo *infoOf(const QString &name)
@@ -259,7 +265,7 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
         } else if (word == QLatin1String("--desktop")) {
             call.desktop = true;
         } else if (word == QLatin1String("--seconds")) {
-            if (!seconds("--seconds", &call.highlightMs))
+            if (!seconds("--seconds", &call.secondsMs))
                 return Result(call, QStringLiteral("--seconds needs a number of seconds"));
         } else if (word == QLatin1String("--button")) {
             const FunctionCallResult<QString> value = next("--button");
@@ -289,6 +295,12 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
             if (!call.windowAction.isEmpty())
                 return Result(call, QStringLiteral("only one window action at a time"));
             call.windowAction = word.mid(2);
+        } else if (word == QLatin1String("--fps")) {
+            bool ok = false;
+            call.fps = next("--fps").value.toDouble(&ok);
+            if (!ok || !(call.fps > 0) || call.fps > 120)
+                return Result(call, QStringLiteral("--fps needs a number of frames a second, "
+                                                   "above 0 and up to 120"));
         } else if (word == QLatin1String("--for")) {
             if (!seconds("--for", &call.forMs))
                 return Result(call, QStringLiteral("--for needs a number of seconds"));
@@ -546,6 +558,11 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return pick(call.timeoutMs < 0 ? 60000 : call.timeoutMs, call.objectMap);
     if (command == QLatin1String("screens"))
         return screens();
+    if (command == QLatin1String("video") && (call.desktop || call.args.isEmpty())) {
+        if (!call.desktop || !call.args.isEmpty())
+            return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
+        return video(QRect(), call.output, call.secondsMs, call.fps);
+    }
     if (command == QLatin1String("screenshot") && (call.desktop || call.args.isEmpty())) {
         if (!call.desktop || !call.args.isEmpty())
             return fail(QStringLiteral("usage: tolvex %1").arg(QLatin1String(info->synopsis)));
@@ -610,6 +627,14 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return window(object, call.windowAction, call.windowValues);
     if (command == QLatin1String("snapshot"))
         return snapshot(object, call.filter, call.output);
+    if (command == QLatin1String("video")) {
+        const FunctionCallResult<QRect> area = object.screenBounds();
+        if (area.isError())
+            return fail(area.error);
+        if (area.value.isEmpty())
+            return fail(QStringLiteral("The object is not on the screen"));
+        return video(area.value, call.output, call.secondsMs, call.fps);
+    }
     if (command == QLatin1String("find") || command == QLatin1String("wait")) {
         const FunctionCallResult<QString> name = object.realName();
         return name.isError() ? fail(name.error) : CommandOutcome{true, name.value, {}};
@@ -696,8 +721,9 @@ CommandOutcome CommandExecutor::run(const QStringList &words)
         return {true, QJsonArray::fromStringList(components.value.value(0).toStringList()), {}};
     }
     if (command == QLatin1String("highlight")) {
-        const FunctionCallResult<QVariant> answer = m_application->value(
-            QStringLiteral("highlightObject"), {object.id(), call.highlightMs});
+        const FunctionCallResult<QVariant> answer =
+            m_application->value(QStringLiteral("highlightObject"),
+                                 {object.id(), call.secondsMs < 0 ? 2000 : call.secondsMs});
         if (answer.isError())
             return fail(answer.error);
         if (!answer.value.toString().isEmpty())
@@ -806,7 +832,7 @@ CommandOutcome CommandExecutor::window(const RemoteObject &object, const QString
             m_application->callGlobal(QStringLiteral("_tolvex_window_geometry_get"), {target});
         if (geometry.isError())
             return CommandOutcome::failure(geometry.error);
-        const FunctionCallResult<QJsonObject> frame = rectangleOf(geometry.value);
+        const FunctionCallResult<QJsonObject> frame = rectangleOf(*m_application, geometry.value);
         if (frame.isError())
             return CommandOutcome::failure(frame.error);
         if (reached(frame.value) || deadline.hasExpired())
@@ -862,6 +888,25 @@ CommandOutcome CommandExecutor::snapshot(const RemoteObject &object, const QStri
     return {true, output, {}};
 }
 
+CommandOutcome CommandExecutor::video(const QRect &area, const QString &output, int secondsMs,
+                                      double fps)
+{
+    VideoRequest request;
+    request.output = output;
+    request.area = area;
+    if (secondsMs >= 0)
+        request.durationMs = secondsMs;
+    if (fps > 0)
+        request.fps = fps;
+    request.progress = [&](int elapsedMs, int frames) {
+        std::fprintf(stderr, "video: %d of %d s, %d frames\n", elapsedMs / 1000,
+                     request.durationMs / 1000, frames);
+    };
+    const FunctionCallResult<QJsonObject> made = recordVideo(*m_application, request);
+    return made.isError() ? CommandOutcome::failure(made.error)
+                          : CommandOutcome{true, made.value, {}};
+}
+
 CommandOutcome CommandExecutor::screens()
 {
     const FunctionCallResult<QVariant> count =
@@ -874,7 +919,7 @@ CommandOutcome CommandExecutor::screens()
             m_application->callGlobal(QStringLiteral("_tolvex_screen_geometry_get"), {i});
         const FunctionCallResult<QJsonObject> rectangle =
             geometry.isError() ? FunctionCallResult<QJsonObject>::failure(geometry.error)
-                               : rectangleOf(geometry.value);
+                               : rectangleOf(*m_application, geometry.value);
         const FunctionCallResult<QVariant> orientation =
             m_application->callGlobal(QStringLiteral("_tolvex_screen_orientation_get"), {i});
         if (rectangle.isError() || orientation.isError())

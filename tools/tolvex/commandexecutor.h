@@ -74,6 +74,9 @@ private:
     CommandOutcome window(const RemoteObject &object, const QString &action,
                           const QList<int> &values);
     CommandOutcome screens();
+    // Films the area (null: the desktop) into output; a negative time or
+    // rate takes the default.
+    CommandOutcome video(const QRect &area, const QString &output, int secondsMs, double fps);
     CommandOutcome snapshot(const RemoteObject &object, const QString &filterFile,
                             const QString &output);
 

@@ -98,6 +98,7 @@ RemoteApplication::RemoteApplication()
                 if (message.function == QLatin1String("registerClasses") &&
                     message.args.size() >= 2)
                     m_classes.add(message.args.at(1).toByteArray());
+                Q_EMIT messageArrived(message.function, message.args);
             });
 }
 
@@ -438,6 +439,24 @@ void RemoteApplication::noteClick(int objectId)
 {
     m_lastClickedObject = objectId;
     m_lastClick.start();
+}
+
+FunctionCallResult<QRect> RemoteApplication::rectangle(const QVariant &value)
+{
+    const RemoteObject object =
+        value.value<RemoteObject>().isNull() ? objectFromWire(value) : value.value<RemoteObject>();
+    if (object.isNull())
+        return FunctionCallResult<QRect>::failure(
+            QStringLiteral("The application answered no rectangle"));
+    int geometry[4] = {};
+    const char *fields[4] = {"x", "y", "width", "height"};
+    for (int i = 0; i < 4; ++i) {
+        const FunctionCallResult<QVariant> field = object.property(QString::fromLatin1(fields[i]));
+        if (field.isError())
+            return FunctionCallResult<QRect>::failure(field.error);
+        geometry[i] = field.value.toInt();
+    }
+    return QRect(geometry[0], geometry[1], geometry[2], geometry[3]);
 }
 
 } // namespace Tolvex

@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
+#include <QRect>
 #include <QString>
 #include <QStringList>
 
@@ -95,6 +96,9 @@ public:
 
     const ClassCatalogue &classes() const { return m_classes; }
     RemoteObject objectFromWire(const QVariant &wire);
+    // A rectangle the application answered (ScreenRectangle and its like),
+    // as the object or its wire form.
+    FunctionCallResult<QRect> rectangle(const QVariant &value);
     // Gives the agent's handle for an object back.
     void release(int id);
     // The agent's last error text, which reading clears.
@@ -102,6 +106,11 @@ public:
 
     // Asks the application to end and waits for it; kills what is left.
     void quit(int timeoutMs = 5000);
+
+Q_SIGNALS:
+    // Each send or broadcast of the application as it arrives, stream
+    // segments included (which received() does not keep).
+    void messageArrived(const QString &function, const Tolvex::ArgumentList &args);
 
 private:
     RemoteApplication();

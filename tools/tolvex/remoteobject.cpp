@@ -415,26 +415,28 @@ FunctionCallResult<void> RemoteObject::key(const QString &keys) const
     return {};
 }
 
-FunctionCallResult<QImage> RemoteObject::screenshot() const
+FunctionCallResult<QRect> RemoteObject::screenBounds() const
 {
-    using Result = FunctionCallResult<QImage>;
     const FunctionCallResult<QVariant> bounds =
         m_application->value(QStringLiteral("objectGlobalBounds"), {m_id});
     if (bounds.isError())
+        return FunctionCallResult<QRect>::failure(bounds.error);
+    const FunctionCallResult<QRect> rectangle = m_application->rectangle(bounds.value);
+    // The rectangle's handle is of no further use.
+    const RemoteObject handle = bounds.value.value<RemoteObject>().isNull()
+                                    ? m_application->objectFromWire(bounds.value)
+                                    : bounds.value.value<RemoteObject>();
+    if (!handle.isNull())
+        m_application->release(handle.id());
+    return rectangle;
+}
+
+FunctionCallResult<QImage> RemoteObject::screenshot() const
+{
+    using Result = FunctionCallResult<QImage>;
+    const FunctionCallResult<QRect> bounds = screenBounds();
+    if (bounds.isError())
         return Result(QImage(), bounds.error);
-    const RemoteObject rectangle = bounds.value.value<RemoteObject>().isNull()
-                                       ? m_application->objectFromWire(bounds.value)
-                                       : bounds.value.value<RemoteObject>();
-    int geometry[4] = {};
-    const char *fields[4] = {"x", "y", "width", "height"};
-    for (int i = 0; i < 4; ++i) {
-        const FunctionCallResult<QVariant> field =
-            rectangle.property(QString::fromLatin1(fields[i]));
-        if (field.isError())
-            return Result(QImage(), field.error);
-        geometry[i] = field.value.toInt();
-    }
-    m_application->release(rectangle.id());
     const FunctionCallResult<ArgumentList> shot =
         m_application->call(QStringLiteral("rawScreenshot"), {0});
     if (shot.isError())
@@ -444,9 +446,8 @@ FunctionCallResult<QImage> RemoteObject::screenshot() const
         return Result(QImage(), QStringLiteral("The application sent no picture of the screen"));
     // The picture maps to the screen by its transform; the object's
     // rectangle is in screen pixels.
-    const QRect inPicture = desktop.transform.inverted()
-                                .mapRect(QRect(geometry[0], geometry[1], geometry[2], geometry[3]))
-                                .intersected(desktop.image.rect());
+    const QRect inPicture =
+        desktop.transform.inverted().mapRect(bounds.value).intersected(desktop.image.rect());
     if (inPicture.isEmpty())
         return Result(QImage(), QStringLiteral("The object is not on the screen"));
     return Result(desktop.image.copy(inPicture));

@@ -79,6 +79,8 @@ public:
     FunctionCallResult<void> type(const QString &text) const;
     // Keys as the key notation writes them: "<Return>", "<Ctrl+A>", "x".
     FunctionCallResult<void> key(const QString &keys) const;
+    // Where the object is on the screen, in screen pixels.
+    FunctionCallResult<QRect> screenBounds() const;
     FunctionCallResult<QImage> screenshot() const;
 
 private:
