@@ -10,6 +10,7 @@
 #include "xkeyboard.h"
 #include "xkeytables.h"
 #include "xpointer.h"
+#include "xupdatestream.h"
 #include "xwindows.h"
 
 #include <QClipboard>
@@ -414,6 +415,18 @@ QList<QString> XNativeInterface::getCapabilities()
 {
     // No X server takes touch input from a client, so no TouchSupport.
     return {capKeycodeSupport};
+}
+
+void XNativeInterface::recordScreen(uint allowedFormats, const QMap<QString, QVariant> &,
+                                    ResponseListener<BinaryStream *> *listener)
+{
+    // Options come later, by configure.
+    std::string error;
+    if (XUpdateStream *stream =
+            createXUpdateStream(d->connection->displayName(), allowedFormats, &error))
+        listener->success(stream);
+    else
+        listener->error(QString::fromStdString(error));
 }
 
 FunctionCallResult<Screenshot> XNativeInterface::desktopScreenshot(Rect<1> rect, int)

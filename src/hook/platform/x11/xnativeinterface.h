@@ -25,6 +25,8 @@ public:
     QList<QString> getCapabilities() override;
     FunctionCallResult<Screenshot> desktopScreenshot(Rect<1> rect, int screen) override;
     using NativeInterface::desktopScreenshot;
+    void recordScreen(uint allowedFormats, const QMap<QString, QVariant> &options,
+                      ResponseListener<BinaryStream *> *listener) override;
     FunctionCallResult<QString> getClipboardText() override;
     FunctionCallResult<void> setClipboardText(const QString &text) override;
     FunctionCallResult<Point<1>> pointerPosition() override;
