@@ -104,7 +104,23 @@ void RLERectUpdateCompressor::updateChunk(const QRect &rect, const uint32_t *pix
     for (int y = coded.top(); y <= coded.bottom(); ++y) {
         const uint32_t *row = pixels + size_t(y - coded.top()) * stride;
         uint32_t *stored = &storedAt(coded.left(), y);
-        for (int x = 0; x < coded.width(); ++x) {
+        const int width = coded.width();
+        for (int x = 0; x < width; ++x) {
+            // Unchanged stretches are passed sixteen pixels at a time, in a
+            // loop the compiler turns into vector compares.
+            if (mode == Skip) {
+                while (x + 16 <= width && count <= MaxSkip - 16) {
+                    uint32_t changed = 0;
+                    for (int k = 0; k < 16; ++k)
+                        changed |= (row[x + k] ^ stored[x + k]) & ColourMask;
+                    if (changed)
+                        break;
+                    x += 16;
+                    count += 16;
+                }
+                if (x >= width)
+                    break;
+            }
             const uint32_t c = row[x] & ColourMask;
             uint32_t pixelMode = Skip;
             if (c != stored[x]) {
