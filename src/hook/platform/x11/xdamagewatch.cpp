@@ -48,6 +48,11 @@ int XDamageWatch::fileDescriptor() const
     return ConnectionNumber(m_connection->display());
 }
 
+bool XDamageWatch::hasQueuedEvents() const
+{
+    return XEventsQueued(m_connection->display(), QueuedAlready) > 0;
+}
+
 void XDamageWatch::takeDamage(std::vector<XRectangleArea> *areas)
 {
     Display *display = m_connection->display();

@@ -30,6 +30,8 @@ public:
     // Appends the rectangles damaged since the last call; reads only what
     // has arrived, never waits.
     void takeDamage(std::vector<XRectangleArea> *areas);
+    // Whether events were read from the socket and wait in the queue.
+    bool hasQueuedEvents() const;
     // The root window's size now, after any change of the screen's size.
     std::pair<int, int> rootSize() { return m_connection->rootSize(); }
     XCapture &capture() { return *m_capture; }

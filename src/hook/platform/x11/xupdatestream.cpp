@@ -36,22 +36,24 @@ XUpdateStream::XUpdateStream(std::unique_ptr<XDamageWatch> watch, QObject *paren
 
 XUpdateStream::~XUpdateStream() = default;
 
-void XUpdateStream::readDamage()
+bool XUpdateStream::collectDamage()
 {
-    if (isClosed())
-        return;
     std::vector<XRectangleArea> areas;
     m_watch->takeDamage(&areas);
-    if (areas.empty())
-        return;
     for (const XRectangleArea &area : areas)
         m_damaged += toRect(area);
-    markDirty();
+    return !areas.empty();
+}
+
+void XUpdateStream::readDamage()
+{
+    if (!isClosed() && collectDamage())
+        markDirty();
 }
 
 void XUpdateStream::sendUpdate(int elapsedMs)
 {
-    readDamage();
+    collectDamage();
     const auto [width, height] = m_watch->rootSize();
     const QRect bounds(0, 0, width, height);
     if (bounds != m_bounds) {
@@ -87,6 +89,10 @@ void XUpdateStream::sendUpdate(int elapsedMs)
     }
     if (!rectangles.isEmpty())
         sendRectangles(elapsedMs, rectangles);
+    // Reading the pixels may have queued damage behind the socket's back:
+    // the notifier would not see it until something else arrived.
+    if (m_watch->hasQueuedEvents())
+        QTimer::singleShot(0, this, &XUpdateStream::readDamage);
 }
 
 void XUpdateStream::closeStream(uint code, const QString &reason)

@@ -46,6 +46,9 @@ protected:
     const QImage &desktop() const { return m_desktop; }
 
 private:
+    // Adds what the server reported since the last call; true if anything.
+    bool collectDamage();
+    // The notifier's slot: what changed asks for an update.
     void readDamage();
 
     std::unique_ptr<XDamageWatch> m_watch;
