@@ -13,6 +13,7 @@ Q_LOGGING_CATEGORY(lcIpc, "tolvex.ipc", QtWarningMsg)
 Q_LOGGING_CATEGORY(lcTraceHook, "tolvex.hook", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcTraceWrapper, "tolvex.wrapper", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcTraceNameReuse, "tolvex.namereuse", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcStreaming, "tolvex.streaming", QtWarningMsg)
 
 void logLine(const QString &text)
 {

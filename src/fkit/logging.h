@@ -24,6 +24,8 @@ Q_DECLARE_LOGGING_CATEGORY(lcTraceHook)
 Q_DECLARE_LOGGING_CATEGORY(lcTraceWrapper)
 // "tolvex.namereuse": reusing the object map's names for recorded objects.
 Q_DECLARE_LOGGING_CATEGORY(lcTraceNameReuse)
+// "tolvex.streaming": screen streams, their coders and recorders.
+Q_DECLARE_LOGGING_CATEGORY(lcStreaming)
 
 // One line on the log stream (std::clog, which is standard error): where
 // faults of the protocol (a wrong argument count, an unknown id or

@@ -1,5 +1,6 @@
 #include "h264screenshotrecorder.h"
 
+#include "logging.h"
 #include "nativeinterface.h"
 
 extern "C" {
@@ -8,12 +9,9 @@ extern "C" {
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QLoggingCategory>
 #include <QPointer>
 
 #include <stdexcept>
-
-Q_LOGGING_CATEGORY(lcRecorder, "tolvex.recorder", QtWarningMsg)
 
 namespace Tolvex::Video {
 
@@ -71,12 +69,12 @@ void H264ScreenshotRecorder::response(FunctionCallResult<Screenshot> result)
         return;
     }
     if (result.isError()) {
-        qCWarning(lcRecorder) << "Screenshot failed:" << result.error;
+        qCWarning(lcStreaming) << "Screenshot failed:" << result.error;
         closeStream(Failure, QStringLiteral("Screenshot failed: %1").arg(result.error));
         deleteLater();
         return;
     }
-    try {
+    closesOnFailure([&] {
         const qint64 elapsedMs = m_timeLine.elapsed();
         QImage image = std::move(result.value.image);
         if (image.format() != QImage::Format_RGB32 && image.format() != QImage::Format_ARGB32)
@@ -89,9 +87,7 @@ void H264ScreenshotRecorder::response(FunctionCallResult<Screenshot> result)
             image = image.copy(QRect(QPoint(), m_compressor->inputSize()));
         m_compressor->appendFrame(image.constBits(), int(image.bytesPerLine()), elapsedMs);
         QCoreApplication::postEvent(this, new QEvent(QEvent::Type(NextShotEvent)));
-    } catch (const std::runtime_error &e) {
-        closeStream(Failure, QString::fromLocal8Bit(e.what()));
-    }
+    });
 }
 
 void H264ScreenshotRecorder::customEvent(QEvent *event)
@@ -121,7 +117,7 @@ void H264ScreenshotRecorder::closeStream(uint code, const QString &reason)
         try {
             finish(TerminationCode(code), reason);
         } catch (const std::exception &e) {
-            qCWarning(lcRecorder) << "Finishing the video failed:" << e.what();
+            qCWarning(lcStreaming) << "Finishing the video failed:" << e.what();
         }
     }
     m_source = nullptr;

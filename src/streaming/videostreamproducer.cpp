@@ -57,17 +57,24 @@ void VideoStreamProducer::scheduleUpdate()
         return;
     }
     const int elapsedMs = int(m_sinceUpdate.restart());
-    try {
-        sendUpdate(elapsedMs);
-    } catch (const std::exception &e) {
-        closeStream(Failure, QString::fromLocal8Bit(e.what()));
+    if (!closesOnFailure([&] { sendUpdate(elapsedMs); }))
         return;
-    }
     Q_EMIT updated();
     m_dirty = false;
 }
 
 void VideoStreamProducer::sendNoop(int) {}
+
+bool VideoStreamProducer::closesOnFailure(const std::function<void()> &step)
+{
+    try {
+        step();
+        return true;
+    } catch (const std::exception &e) {
+        closeStream(Failure, QString::fromLocal8Bit(e.what()));
+        return false;
+    }
+}
 
 void VideoStreamProducer::timerEvent(QTimerEvent *event)
 {
@@ -80,11 +87,7 @@ void VideoStreamProducer::timerEvent(QTimerEvent *event)
     if (event->timerId() == m_keepAliveTimerId) {
         if (m_sinceUpdate.elapsed() > 1000 && canSendUpdate()) {
             const int elapsedMs = int(m_sinceUpdate.restart());
-            try {
-                sendNoop(elapsedMs);
-            } catch (const std::exception &e) {
-                closeStream(Failure, QString::fromLocal8Bit(e.what()));
-            }
+            closesOnFailure([&] { sendNoop(elapsedMs); });
         }
         return;
     }

@@ -10,6 +10,8 @@
 
 #include <QElapsedTimer>
 
+#include <functional>
+
 namespace Tolvex::Video {
 
 class TOLVEX_EXPORT VideoStreamProducer : public BinaryStreamProducer
@@ -48,6 +50,9 @@ protected:
     // Sent by the keep-alive timer when nothing changed for a second.
     virtual void sendNoop(int elapsedMs);
     void scheduleUpdate();
+    // Runs a step of the codec or the capture: a std::exception from it
+    // closes the stream with code 3 and its text, and gives false.
+    bool closesOnFailure(const std::function<void()> &step);
     // Once: no more updates, and closed() with the code and reason.
     // Coders override it to finish what they hold first.
     virtual void closeStream(uint code, const QString &reason);
