@@ -7,11 +7,14 @@
 #include "binarystream.h"
 #include "demoapplication.h"
 #include "eventwait.h"
+#include "imagecompare.h"
+#include "privatexserver.h"
 #include "screenshot.h"
 #include "screenstream.h"
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QScopeGuard>
@@ -20,26 +23,9 @@
 #include <gtest/gtest.h>
 
 using namespace Tolvex;
+using TestSupport::meanDifference;
 
 namespace {
-
-// Mean difference per colour channel, 0 to 255, over the common size.
-double meanDifference(const QImage &a, const QImage &b)
-{
-    if (a.size() != b.size() || a.isNull())
-        return 255.0;
-    const QImage x = a.convertToFormat(QImage::Format_RGB32);
-    const QImage y = b.convertToFormat(QImage::Format_RGB32);
-    qint64 sum = 0;
-    for (int row = 0; row < x.height(); ++row) {
-        const auto *p = reinterpret_cast<const QRgb *>(x.constScanLine(row));
-        const auto *q = reinterpret_cast<const QRgb *>(y.constScanLine(row));
-        for (int col = 0; col < x.width(); ++col)
-            sum += qAbs(qRed(p[col]) - qRed(q[col])) + qAbs(qGreen(p[col]) - qGreen(q[col])) +
-                   qAbs(qBlue(p[col]) - qBlue(q[col]));
-    }
-    return double(sum) / (3.0 * double(x.width()) * x.height());
-}
 
 bool run(const QString &program, const QStringList &args, QString *output = nullptr)
 {
@@ -174,23 +160,15 @@ TEST_F(ScreenVideo, AnUnacknowledgedStreamStopsAtItsLimitAndThePeerSteersIt)
         ASSERT_TRUE(tile.save(tiles.last(), "XBM"));
     }
     // A display of its own, so that the noise disturbs no other test.
-    QProcess server;
-    server.start(QStringLiteral("Xvfb"),
-                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                  QStringLiteral("0"), QStringLiteral("1280x1024x24"), QStringLiteral("-nolisten"),
-                  QStringLiteral("tcp")});
-    ASSERT_TRUE(server.waitForStarted());
-    ASSERT_TRUE(waitUntil([&] { return server.canReadLine(); }, 10000));
-    const QString display = QLatin1Char(':') + QString::fromLatin1(server.readLine().trimmed());
+    TestSupport::PrivateXServer server;
+    ASSERT_TRUE(server.start(QStringLiteral("1280x1024x24")));
     m_demo->quit();
     QString error;
     m_demo = TestSupport::launchDemo(QStringLiteral("xcb"), &error,
-                                     {{QStringLiteral("DISPLAY"), display}});
+                                     {{QStringLiteral("DISPLAY"), server.display()}});
     ASSERT_TRUE(m_demo) << qPrintable(error);
     QProcess noise;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), display);
-    noise.setProcessEnvironment(environment);
+    noise.setProcessEnvironment(server.environment());
     noise.start(QStringLiteral("sh"),
                 {QStringLiteral("-c"),
                  QStringLiteral("while :; do xsetroot -bitmap %1; xsetroot -bitmap %2; done")
@@ -201,8 +179,6 @@ TEST_F(ScreenVideo, AnUnacknowledgedStreamStopsAtItsLimitAndThePeerSteersIt)
         noise.waitForFinished();
         m_demo->quit();
         m_demo.reset();
-        server.kill();
-        server.waitForFinished();
     });
 
     FunctionCallResult<std::shared_ptr<ScreenStream>> opened =
@@ -257,20 +233,48 @@ TEST_F(ScreenVideo, TheToolFilmsTheDemoIntoAnMp4ThatPlays)
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
     environment.insert(QStringLiteral("TOLVEX_PREFIX"), QStringLiteral(TOLVEX_BUILD_PREFIX));
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    const auto tolvex = [&](const QStringList &args, QString *output = nullptr) {
+    // Runs the tool: its exit code, and what it printed on either stream.
+    const auto runTool = [&](const QStringList &args, QString *output, QString *errors) {
         QProcess process;
         process.setProcessEnvironment(environment);
         process.start(QStringLiteral(TOLVEX_PATH), args);
-        const bool done = process.waitForFinished(60000) && process.exitCode() == 0;
+        if (!process.waitForFinished(60000))
+            return -1;
+        *output = QString::fromUtf8(process.readAllStandardOutput());
+        *errors = QString::fromUtf8(process.readAllStandardError());
+        return process.exitCode();
+    };
+    const auto tolvex = [&](const QStringList &args, QString *output = nullptr) {
+        QString out;
+        QString errors;
+        const bool done = runTool(args, &out, &errors) == 0;
         if (output)
-            *output = QString::fromUtf8(process.readAllStandardOutput());
-        EXPECT_TRUE(done) << qPrintable(args.join(QLatin1Char(' '))) << ": "
-                          << process.readAllStandardError().toStdString();
+            *output = out;
+        EXPECT_TRUE(done) << qPrintable(args.join(QLatin1Char(' '))) << ": " << qPrintable(errors);
         return done;
+    };
+    // A misuse fails with one line that says what to write instead.
+    const auto refused = [&](const QStringList &args) {
+        QString out;
+        QString errors;
+        EXPECT_NE(runTool(QStringList{QStringLiteral("video"), QStringLiteral("--desktop")} + args,
+                          &out, &errors),
+                  0);
+        return errors.trimmed();
     };
     ASSERT_TRUE(
         tolvex({QStringLiteral("launch"), QStringLiteral("--"), QStringLiteral(DEMO_APP_PATH)}));
     const auto quit = qScopeGuard([&] { tolvex({QStringLiteral("quit")}); });
+    EXPECT_EQ(refused({QStringLiteral("-o"), dir.filePath(QStringLiteral("demo.avi"))}),
+              QStringLiteral("tolvex video: The video goes to a file ending in .mp4 "
+                             "(-o FILE.mp4)"));
+    EXPECT_EQ(refused({QStringLiteral("-o"), file, QStringLiteral("--fps"), QStringLiteral("0")}),
+              QStringLiteral("tolvex video: The frame rate (--fps) must be above 0 and at most "
+                             "120 frames a second"));
+    EXPECT_EQ(refused({QStringLiteral("-o"), file, QStringLiteral("--fps"), QStringLiteral("x")}),
+              QStringLiteral("tolvex video: video: --fps needs a number of frames a second"));
+    EXPECT_FALSE(QFile::exists(file));
+
     QString facts;
     ASSERT_TRUE(tolvex({QStringLiteral("video"),
                         QStringLiteral("{objectName='mainWindow' type='MainWindow'}"),

@@ -5,6 +5,7 @@
 // that toggles a check box; text through the X clipboard.
 #include "demoapplication.h"
 #include "eventwait.h"
+#include "privatexserver.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -197,20 +198,14 @@ TEST_F(Windows, TwoXRandRMonitorsAreTwoScreens)
 {
     // A display of its own, kept as set up when its clients go, split into
     // two monitors side by side.
-    QProcess server;
-    server.start(QStringLiteral("Xvfb"),
-                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-                  QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("2560x1024x24"),
-                  QStringLiteral("+extension"), QStringLiteral("RANDR"),
-                  QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-    ASSERT_TRUE(server.waitForStarted());
-    ASSERT_TRUE(waitUntil([&] { return server.canReadLine(); }, 10000));
-    const QString display = QLatin1Char(':') + QString::fromLatin1(server.readLine().trimmed());
+    TestSupport::PrivateXServer server;
+    ASSERT_TRUE(server.start(
+        QStringLiteral("2560x1024x24"),
+        {QStringLiteral("-noreset"), QStringLiteral("+extension"), QStringLiteral("RANDR")}));
+    const QString display = server.display();
     const auto xrandr = [&](const QStringList &args) {
         QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        process.setProcessEnvironment(environment);
+        process.setProcessEnvironment(server.environment());
         process.start(QStringLiteral("xrandr"), args);
         return process.waitForFinished(10000) && process.exitCode() == 0;
     };
@@ -240,7 +235,6 @@ TEST_F(Windows, TwoXRandRMonitorsAreTwoScreens)
             .contains(QStringLiteral("Position: 1500,100"));
     }));
 
+    // The demo goes before its display.
     m_demo->quit();
-    server.terminate();
-    server.waitForFinished();
 }

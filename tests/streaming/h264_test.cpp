@@ -4,6 +4,7 @@
 #include "eventloop.h"
 #include "h264screenshotrecorder.h"
 #include "h264streamreader.h"
+#include "imagecompare.h"
 #include "nativeinterface.h"
 
 extern "C" {
@@ -23,6 +24,7 @@ extern "C" {
 
 using namespace Tolvex;
 using namespace Tolvex::Video;
+using TestSupport::meanDifference;
 using TestSupport::runEventsFor;
 using TestSupport::waitUntil;
 
@@ -72,23 +74,6 @@ public:
         keys[packet->pts] = packet->flags & AV_PKT_FLAG_KEY;
     }
 };
-
-double meanDifference(const QImage &a, const QImage &b)
-{
-    const QImage x = a.convertToFormat(QImage::Format_RGB32);
-    const QImage y = b.convertToFormat(QImage::Format_RGB32);
-    if (x.size() != y.size())
-        return 255.0;
-    qint64 sum = 0;
-    for (int row = 0; row < x.height(); ++row) {
-        const auto *p = reinterpret_cast<const QRgb *>(x.constScanLine(row));
-        const auto *q = reinterpret_cast<const QRgb *>(y.constScanLine(row));
-        for (int col = 0; col < x.width(); ++col)
-            sum += qAbs(qRed(p[col]) - qRed(q[col])) + qAbs(qGreen(p[col]) - qGreen(q[col])) +
-                   qAbs(qBlue(p[col]) - qBlue(q[col]));
-    }
-    return double(sum) / (3.0 * x.width() * x.height());
-}
 
 struct Recorded
 {

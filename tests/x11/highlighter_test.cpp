@@ -1,3 +1,4 @@
+#include "privatexserver.h"
 #include "widgethighlighter.h"
 #include "x11testsupport.h"
 #include "xtestdisplay.h"
@@ -104,21 +105,14 @@ TEST_F(X11Highlighter, ShowsOverAWindowTakesNoInputAndGoesAway)
 TEST_F(X11Highlighter, IsTranslucentUnderACompositingManager)
 {
     // A display of its own, with a compositing manager on it.
-    QProcess server;
-    server.start(QStringLiteral("Xvfb"),
-                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                  QStringLiteral("0"), QStringLiteral("640x480x24"), QStringLiteral("-nolisten"),
-                  QStringLiteral("tcp")});
-    ASSERT_TRUE(server.waitForStarted());
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return server.canReadLine(); }, 10000));
-    const QByteArray name = ":" + server.readLine().trimmed();
+    TestSupport::PrivateXServer server;
+    ASSERT_TRUE(server.start(QStringLiteral("640x480x24")));
+    const QByteArray name = server.display().toLatin1();
     XTestDisplay::Connection *connection = XTestDisplay::open(name.constData());
     ASSERT_NE(connection, nullptr);
 
     QProcess compositor;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), QString::fromLatin1(name));
-    compositor.setProcessEnvironment(environment);
+    compositor.setProcessEnvironment(server.environment());
     compositor.start(QStringLiteral("xcompmgr"), {});
     ASSERT_TRUE(compositor.waitForStarted()) << "xcompmgr must be installed";
     ASSERT_TRUE(TestSupport::waitUntil([&] { return XTestDisplay::compositorRunning(*connection); },
@@ -146,6 +140,4 @@ TEST_F(X11Highlighter, IsTranslucentUnderACompositingManager)
     XTestDisplay::close(connection);
     compositor.terminate();
     compositor.waitForFinished();
-    server.terminate();
-    server.waitForFinished();
 }

@@ -18,6 +18,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <optional>
 
 namespace Tolvex {
 
@@ -41,7 +42,7 @@ struct Invocation
     bool desktop = false;
     // --seconds: how long to highlight or to film.
     int secondsMs = -1;
-    double fps = -1;
+    std::optional<double> fps;
     // window: the action ("move", "resize", "raise", ...) and its numbers.
     QString windowAction;
     QList<int> windowValues;
@@ -296,11 +297,11 @@ FunctionCallResult<Invocation> parseWords(const QStringList &words)
                 return Result(call, QStringLiteral("only one window action at a time"));
             call.windowAction = word.mid(2);
         } else if (word == QLatin1String("--fps")) {
+            // Its range is the recorder's to check.
             bool ok = false;
             call.fps = next("--fps").value.toDouble(&ok);
-            if (!ok || !(call.fps > 0) || call.fps > 120)
-                return Result(call, QStringLiteral("--fps needs a number of frames a second, "
-                                                   "above 0 and up to 120"));
+            if (!ok)
+                return Result(call, QStringLiteral("--fps needs a number of frames a second"));
         } else if (word == QLatin1String("--for")) {
             if (!seconds("--for", &call.forMs))
                 return Result(call, QStringLiteral("--for needs a number of seconds"));
@@ -889,15 +890,14 @@ CommandOutcome CommandExecutor::snapshot(const RemoteObject &object, const QStri
 }
 
 CommandOutcome CommandExecutor::video(const QRect &area, const QString &output, int secondsMs,
-                                      double fps)
+                                      std::optional<double> fps)
 {
     VideoRequest request;
     request.output = output;
     request.area = area;
     if (secondsMs >= 0)
         request.durationMs = secondsMs;
-    if (fps > 0)
-        request.fps = fps;
+    request.fps = fps.value_or(request.fps);
     request.progress = [&](int elapsedMs, int frames) {
         std::fprintf(stderr, "video: %d of %d s, %d frames\n", elapsedMs / 1000,
                      request.durationMs / 1000, frames);

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 namespace Tolvex {
 
@@ -74,9 +75,10 @@ private:
     CommandOutcome window(const RemoteObject &object, const QString &action,
                           const QList<int> &values);
     CommandOutcome screens();
-    // Films the area (null: the desktop) into output; a negative time or
+    // Films the area (null: the desktop) into output; a negative time or no
     // rate takes the default.
-    CommandOutcome video(const QRect &area, const QString &output, int secondsMs, double fps);
+    CommandOutcome video(const QRect &area, const QString &output, int secondsMs,
+                         std::optional<double> fps);
     CommandOutcome snapshot(const RemoteObject &object, const QString &filterFile,
                             const QString &output);
 

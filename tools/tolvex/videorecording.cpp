@@ -45,10 +45,11 @@ FunctionCallResult<QJsonObject> recordVideo(RemoteApplication &application,
 {
     using Result = FunctionCallResult<QJsonObject>;
     if (!request.output.endsWith(QLatin1String(".mp4"), Qt::CaseInsensitive))
-        return Result::failure(QStringLiteral("video: -o FILE.mp4 is needed"));
+        return Result::failure(QStringLiteral("The video goes to a file ending in .mp4 "
+                                              "(-o FILE.mp4)"));
     if (!(request.fps > 0) || request.fps > 120)
-        return Result::failure(QStringLiteral("video: --fps is a number of frames a second "
-                                              "above 0, up to 120"));
+        return Result::failure(QStringLiteral("The frame rate (--fps) must be above 0 and at "
+                                              "most 120 frames a second"));
     const QVariantMap pace{{QStringLiteral("fpsLimit"), request.fps}};
     FunctionCallResult<std::shared_ptr<ScreenStream>> opened =
         ScreenStream::open(application, RleStream | H264Stream, pace);
