@@ -3,12 +3,16 @@
 // capture shows it, H.264 whose decoded pictures match captures within the
 // codec's loss, flow control that stops the agent at its limit while the
 // application stays responsive, pause, resume and stop, and 'tolvex video'
-// making an MP4 that ffprobe accepts.
+// making an MP4 that ffprobe accepts, and a peer that vanishes in the
+// middle of a stream.
+#include "asyncipc.h"
+#include "autsession.h"
 #include "binarystream.h"
 #include "demoapplication.h"
 #include "eventwait.h"
 #include "imagecompare.h"
 #include "privatexserver.h"
+#include "replycatcher.h"
 #include "screenshot.h"
 #include "screenstream.h"
 
@@ -299,4 +303,45 @@ TEST_F(ScreenVideo, TheToolFilmsTheDemoIntoAnMp4ThatPlays)
     EXPECT_EQ(field("height").toInt(), 480) << qPrintable(probe);
     EXPECT_NEAR(field("nb_frames").toInt(), 20, 3) << qPrintable(probe);
     EXPECT_NEAR(field("duration").toDouble(), 2.0, 0.3) << qPrintable(probe);
+}
+
+TEST(ScreenStreamPeer, APeerThatVanishesMidStreamLeavesTheApplicationRunning)
+{
+    ASSERT_FALSE(qEnvironmentVariableIsEmpty("DISPLAY")) << "needs an X display";
+    // The demo with its agent, served by a server this test can pull away.
+    TestSupport::AUTSession session(QStringLiteral(DEMO_APP_PATH));
+    ASSERT_TRUE(session.start());
+    const QString prefix = QStringLiteral(TOLVEX_BUILD_PREFIX);
+    session.launcher.setEnvironmentValue(QStringLiteral("TOLVEX_PREFIX"), prefix);
+    session.launcher.setEnvironmentValue(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    const QString preload = qEnvironmentVariable("LD_PRELOAD");
+    session.launcher.setEnvironmentValue(
+        QStringLiteral("LD_PRELOAD"), (preload.isEmpty() ? QString() : preload + QLatin1Char(':')) +
+                                          prefix + QStringLiteral("/lib/libtolvexpreload.so"));
+    ASSERT_TRUE(session.launchUnmodified());
+    ASSERT_TRUE(session.waitForHookUpRequest()) << qPrintable(session.output());
+    ASSERT_GE(session.server.initDone(), 0);
+
+    int segments = 0;
+    QObject::connect(&session.server, &ApplicationServer::messageReceived,
+                     [&](const ApplicationServer::Message &message) {
+                         if (message.function == QLatin1String("binaryStreamSegment"))
+                             ++segments;
+                     });
+    TestSupport::ReplyCatcher<> opened;
+    ASSERT_GE(session.server.call(QStringLiteral("recordScreen"),
+                                  {int(AsyncIPC::ServerAddress), uint(RleStream), QVariantMap()},
+                                  &opened),
+              0);
+    ASSERT_TRUE(opened.waitForAnswer(15000));
+    ASSERT_TRUE(opened.result.isSuccess()) << qPrintable(opened.result.error);
+    ASSERT_TRUE(waitUntil([&] { return segments > 0; }, 10000));
+
+    // Gone while segments flow: the agent lets its streams go and the
+    // application lives on.
+    session.server.stop();
+    runEventsFor(2000);
+    EXPECT_TRUE(session.launcher.isRunning()) << qPrintable(session.output());
+    EXPECT_FALSE(session.output().contains(QStringLiteral("ERROR: AddressSanitizer")))
+        << qPrintable(session.output());
 }
